@@ -1,0 +1,45 @@
+# Compiler settings shared by every target of ours (not by third-party code).
+add_library(ts_options INTERFACE)
+if(MSVC)
+  target_compile_options(ts_options INTERFACE /W4 /permissive-)
+else()
+  target_compile_options(ts_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                              -Wcast-align -Woverloaded-virtual -Wformat=2 -Wno-format-nonliteral)
+endif()
+
+if(TS_SANITIZE AND NOT TS_WINDOWS)
+  set(TS_SANITIZER_FLAGS -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_compile_options(${TS_SANITIZER_FLAGS})
+  add_link_options(${TS_SANITIZER_FLAGS})
+endif()
+
+# Fuzz targets need clang's libFuzzer; without it they still build as corpus runners.
+set(TS_LIBFUZZER OFF)
+if(NOT TS_WINDOWS AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  set(TS_LIBFUZZER ON)
+endif()
+
+# One test executable from sources; its cases run as separate tests.
+function(ts_add_gtest name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE ts_options GTest::gtest_main)
+  if(TS_WINDOWS)
+    # Discovering under Wine at test time keeps the build free of Wine runs.
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+                         WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+  else()
+    gtest_discover_tests(${name} WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+  endif()
+endfunction()
+
+# A libFuzzer target; also registered as a test that runs it over its seed corpus.
+function(ts_add_fuzzer name corpus_dir)
+  if(NOT TS_LIBFUZZER)
+    return()
+  endif()
+  add_executable(${name} ${ARGN})
+  target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  target_link_libraries(${name} PRIVATE ts_options)
+  add_test(NAME ${name}.corpus COMMAND ${name} -runs=0 ${corpus_dir})
+endfunction()

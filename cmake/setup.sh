@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs what the two builds need on a fresh Debian 12 machine, once.
+# Sourced by ./test, ./run, ./fuzz and ./bench; idempotent and quiet when all is there.
+set -euo pipefail
+
+TS_ROOT=${TS_ROOT:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)}
+TS_DEPS=$TS_ROOT/build/deps
+
+ts_need_packages() {
+  local missing=() p
+  for p in cmake g++ clang libclang-rt-14-dev googletest libbz2-dev libstb-dev librapidxml-dev \
+           g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 \
+           wine wine64 xvfb xauth libgl1-mesa-dri dpkg-dev; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+  done
+  if [ ${#missing[@]} -gt 0 ]; then
+    echo "setup: installing ${missing[*]}"
+    local sudo=""; [ "$(id -u)" -eq 0 ] || sudo=sudo
+    $sudo apt-get update -q >/dev/null
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -q "${missing[@]}" >/dev/null
+  fi
+}
+
+# A deb-src entry that mirrors the machine's own deb sources, so the mirror is
+# whatever this machine already uses.
+ts_enable_deb_src() {
+  local sudo=""; [ "$(id -u)" -eq 0 ] || sudo=sudo
+  if apt-get source --print-uris -qq bzip2 >/dev/null 2>&1; then return; fi
+  local out=/etc/apt/sources.list.d/tsdriver-src
+  if [ -f /etc/apt/sources.list.d/debian.sources ]; then
+    sed 's/^Types: deb$/Types: deb-src/' /etc/apt/sources.list.d/debian.sources | $sudo tee $out.sources >/dev/null
+  elif [ -f /etc/apt/sources.list ]; then
+    grep -E '^deb ' /etc/apt/sources.list | sed 's/^deb /deb-src /' | $sudo tee $out.list >/dev/null
+  fi
+  $sudo apt-get update -q >/dev/null
+}
+
+# libbzip2 has no mingw package: its Debian source is compiled by the Windows build.
+ts_fetch_bzip2_source() {
+  if [ -f "$TS_DEPS/bzip2/bzlib.h" ]; then return; fi
+  ts_enable_deb_src
+  local tmp; tmp=$(mktemp -d)
+  (cd "$tmp" && apt-get source -qq bzip2 >/dev/null 2>&1)
+  mkdir -p "$TS_DEPS"
+  rm -rf "$TS_DEPS/bzip2"
+  mv "$(find "$tmp" -maxdepth 1 -type d -name 'bzip2-*' | head -1)" "$TS_DEPS/bzip2"
+  rm -rf "$tmp"
+  [ -f "$TS_DEPS/bzip2/bzlib.h" ] || { echo "setup: could not fetch the bzip2 source package" >&2; return 1; }
+}
+
+ts_setup() {
+  ts_need_packages
+  ts_fetch_bzip2_source
+}

@@ -1,0 +1,52 @@
+#include "driver/driver_kmt.h"
+
+#include "driver/data_kind.h"
+#include "driver/effect_factory.h"
+
+DriverKMT theDriver;
+
+int32_t DriverKMT::version() { return 3; }
+
+const char* DriverKMT::description() { return "Kalmia Team Simpliest Driver(Final Version)"; }
+
+TimelineItem* DriverKMT::createEffect(const EffectDescriptor& descriptor, const std::string& instanceName) {
+  return ::createEffect(descriptor, instanceName, controllerFactory);
+}
+
+TimelineItem* DriverKMT::createEffect(const std::string& typeName) { return createEmptyEffect(typeName); }
+
+DataItem* DriverKMT::loadData(const std::string& path) {
+  switch (dataKindOf(path)) {
+    case DataKind::Scene:
+    case DataKind::Texture:
+      // Scene and texture items join with the scene engine; until then nothing loads.
+      return nullptr;
+    case DataKind::None:
+      break;
+  }
+  return nullptr;
+}
+
+const std::string& DriverKMT::fileFilter() {
+  static const std::string filter =
+      "TS2 3D Scene files (*.ts2)|*.ts2|"
+      "TS2 3D Texture (*.bmp, *.dds, *.dib, *.jpg, *.png, *.tga)|*.bmp,*.dds,*.dib,*.jpg,*.png,*.tga|"
+      "Texture BMP (*.bmp)|*.bmp|Texture DDS (*.dds)|*.dds|Texture DIB (*.dib)|*.dib|"
+      "Texture JPG (*.jpg)|*.jpg|Texture PNG (*.png)|*.png|Texture TGA (*.tga)|*.tga|";
+  return filter;
+}
+
+const std::string& DriverKMT::libraryPath() {
+  static const std::string path = "..\\tsdriver\\libfx.xml";
+  return path;
+}
+
+void DriverKMT::setControllerFactory(ControllerFactory* factory) { controllerFactory = factory; }
+
+void DriverKMT::exportAnimation(Project*, const std::string&) {}
+
+void DriverKMT::loadAnimation(const std::string&, std::string&) {}
+
+SoundPlayerFMOD* DriverKMT::soundPlayer() { return nullptr; }
+
+RenderWindow* DriverKMT::renderWindow() { return nullptr; }

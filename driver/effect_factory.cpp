@@ -1,0 +1,47 @@
+#include "driver/effect_factory.h"
+
+#include "driver/host/effect_descriptor.h"
+#include "effects/timeline_item.h"
+
+namespace {
+
+using MakeFromDescriptor = TimelineItem* (*)(const EffectDescriptor&, const std::string&, ControllerFactory*);
+using MakeEmpty = TimelineItem* (*)();
+
+struct EffectType {
+  const char* name;
+  MakeFromDescriptor fromDescriptor;  // null while the class is not built
+  MakeEmpty empty;
+};
+
+const EffectType kEffectTypes[kEffectTypeCount] = {
+    {"fx_simple_bmp", nullptr, nullptr},   {"fx_simple_scene", nullptr, nullptr},
+    {"fx_simple_color", nullptr, nullptr}, {"fx_blur_radial", nullptr, nullptr},
+    {"fx_trans_white", nullptr, nullptr},  {"fx_trans_blend", nullptr, nullptr},
+    {"fx_trans_direct", nullptr, nullptr}, {"fx_render_bw", nullptr, nullptr},
+    {"fx_render_rgb", nullptr, nullptr},   {"fx_sr_gaussian", nullptr, nullptr},
+    {"fx_sr_channels", nullptr, nullptr},
+};
+
+}  // namespace
+
+const char* effectTypeName(int index) { return kEffectTypes[index].name; }
+
+int effectTypeIndex(const std::string& typeName) {
+  for (int i = 0; i < kEffectTypeCount; ++i)
+    if (typeName == kEffectTypes[i].name) return i;
+  return -1;
+}
+
+TimelineItem* createEffect(const EffectDescriptor& descriptor, const std::string& instanceName,
+                           ControllerFactory* factory) {
+  const int index = effectTypeIndex(descriptor.name);
+  if (index < 0 || !kEffectTypes[index].fromDescriptor) return nullptr;
+  return kEffectTypes[index].fromDescriptor(descriptor, instanceName, factory);
+}
+
+TimelineItem* createEmptyEffect(const std::string& typeName) {
+  const int index = effectTypeIndex(typeName);
+  if (index < 0 || !kEffectTypes[index].empty) return nullptr;
+  return kEffectTypes[index].empty();
+}

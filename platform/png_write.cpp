@@ -1,0 +1,33 @@
+#include "platform/png_write.h"
+
+#include <cstdio>
+#include <vector>
+
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#include "stb_image_write.h"
+
+namespace platform {
+
+bool writePng(const std::string& path, int width, int height, const void* pixels, int pitch) {
+  if (width <= 0 || height <= 0) return false;
+  std::vector<unsigned char> rgb(static_cast<size_t>(width) * height * 3);
+  for (int y = 0; y < height; ++y) {
+    const auto* row = static_cast<const unsigned char*>(pixels) + static_cast<size_t>(y) * pitch;
+    unsigned char* out = &rgb[static_cast<size_t>(y) * width * 3];
+    for (int x = 0; x < width; ++x) {
+      out[3 * x + 0] = row[4 * x + 2];
+      out[3 * x + 1] = row[4 * x + 1];
+      out[3 * x + 2] = row[4 * x + 0];
+    }
+  }
+  // Written beside the target and renamed, so a failed write never leaves half a file.
+  const std::string partial = path + ".partial";
+  if (!stbi_write_png(partial.c_str(), width, height, 3, rgb.data(), width * 3)) {
+    std::remove(partial.c_str());
+    return false;
+  }
+  std::remove(path.c_str());
+  return std::rename(partial.c_str(), path.c_str()) == 0;
+}
+
+}  // namespace platform

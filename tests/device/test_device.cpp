@@ -1,0 +1,87 @@
+#include "tests/device/test_device.h"
+
+#include "platform/png_write.h"
+
+namespace tstest {
+
+HWND createHiddenWindow(unsigned int width, unsigned int height) {
+  static const char* const kClass = "tsTestWindow";
+  static bool registered = false;
+  HINSTANCE instance = GetModuleHandleA(nullptr);
+  if (!registered) {
+    WNDCLASSA windowClass = {};
+    windowClass.lpfnWndProc = DefWindowProcA;
+    windowClass.hInstance = instance;
+    windowClass.lpszClassName = kClass;
+    RegisterClassA(&windowClass);
+    registered = true;
+  }
+  RECT rect = {0, 0, static_cast<LONG>(width), static_cast<LONG>(height)};
+  AdjustWindowRect(&rect, WS_OVERLAPPEDWINDOW, FALSE);
+  return CreateWindowA(kClass, "test", WS_OVERLAPPEDWINDOW, 0, 0, rect.right - rect.left, rect.bottom - rect.top,
+                       nullptr, nullptr, instance, nullptr);
+}
+
+TestDevice::TestDevice(unsigned int width_, unsigned int height_) : width(width_), height(height_) {
+  hwnd = createHiddenWindow(width, height);
+  d3d = Direct3DCreate9(D3D_SDK_VERSION);
+  if (!hwnd || !d3d) return;
+  D3DPRESENT_PARAMETERS params = {};
+  params.BackBufferWidth = width;
+  params.BackBufferHeight = height;
+  params.BackBufferFormat = D3DFMT_X8R8G8B8;
+  params.BackBufferCount = 1;
+  params.SwapEffect = D3DSWAPEFFECT_DISCARD;
+  params.hDeviceWindow = hwnd;
+  params.Windowed = TRUE;
+  params.EnableAutoDepthStencil = TRUE;
+  params.AutoDepthStencilFormat = D3DFMT_D24S8;
+  params.PresentationInterval = D3DPRESENT_INTERVAL_IMMEDIATE;
+  if (FAILED(d3d->CreateDevice(D3DADAPTER_DEFAULT, D3DDEVTYPE_HAL, hwnd, D3DCREATE_MIXED_VERTEXPROCESSING, &params,
+                               &device)))
+    device = nullptr;
+}
+
+TestDevice::~TestDevice() {
+  if (device) device->Release();
+  if (d3d) d3d->Release();
+  if (hwnd) DestroyWindow(hwnd);
+}
+
+std::vector<uint32_t> TestDevice::readBack() const {
+  std::vector<uint32_t> frame;
+  IDirect3DSurface9* target = nullptr;
+  IDirect3DSurface9* copy = nullptr;
+  D3DSURFACE_DESC desc;
+  if (FAILED(device->GetRenderTarget(0, &target))) return frame;
+  target->GetDesc(&desc);
+  if (SUCCEEDED(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM, &copy,
+                                                    nullptr)) &&
+      SUCCEEDED(device->GetRenderTargetData(target, copy))) {
+    D3DLOCKED_RECT locked;
+    if (SUCCEEDED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY))) {
+      frame.resize(static_cast<size_t>(desc.Width) * desc.Height);
+      for (unsigned int y = 0; y < desc.Height; ++y) {
+        const auto* row = reinterpret_cast<const uint32_t*>(static_cast<const char*>(locked.pBits) + y * locked.Pitch);
+        for (unsigned int x = 0; x < desc.Width; ++x) frame[static_cast<size_t>(y) * desc.Width + x] = row[x];
+      }
+      copy->UnlockRect();
+    }
+  }
+  if (copy) copy->Release();
+  target->Release();
+  return frame;
+}
+
+void TestDevice::saveFailure(const std::vector<uint32_t>& frame, const std::string& name) const {
+  if (frame.size() == static_cast<size_t>(width) * height)
+    platform::writePng(name + ".failed.png", static_cast<int>(width), static_cast<int>(height), frame.data(),
+                       static_cast<int>(width * 4));
+}
+
+bool pixelNear(uint32_t pixel, int r, int g, int b, int tolerance) {
+  auto close = [tolerance](int value, int expected) { return value >= expected - tolerance && value <= expected + tolerance; };
+  return close((pixel >> 16) & 0xff, r) && close((pixel >> 8) & 0xff, g) && close(pixel & 0xff, b);
+}
+
+}  // namespace tstest

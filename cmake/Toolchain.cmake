@@ -7,6 +7,11 @@ else()
                                               -Wcast-align -Woverloaded-virtual -Wformat=2 -Wno-format-nonliteral)
 endif()
 
+if(TS_WINDOWS)
+  # windows.h's min and max macros would break std::min and std::max in our code.
+  add_compile_definitions(NOMINMAX)
+endif()
+
 if(TS_SANITIZE AND NOT TS_WINDOWS)
   set(TS_SANITIZER_FLAGS -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   add_compile_options(${TS_SANITIZER_FLAGS})
@@ -25,10 +30,10 @@ function(ts_add_gtest name)
   target_link_libraries(${name} PRIVATE ts_options GTest::gtest_main)
   if(TS_WINDOWS)
     # Discovering under Wine at test time keeps the build free of Wine runs.
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}."
                          WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
   else()
-    gtest_discover_tests(${name} WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+    gtest_discover_tests(${name} TEST_PREFIX "${name}." WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
   endif()
 endfunction()
 

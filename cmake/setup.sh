@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the two builds need on a fresh Debian 12 machine, once.
 # Sourced by ./test, ./run, ./fuzz and ./bench; idempotent and quiet when all is there.
-set -euo pipefail
+# Sourced: leaves the shell options of the caller alone.
 
 TS_ROOT=${TS_ROOT:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)}
 TS_DEPS=$TS_ROOT/build/deps
@@ -46,6 +46,14 @@ ts_fetch_bzip2_source() {
   mv "$(find "$tmp" -maxdepth 1 -type d -name 'bzip2-*' | head -1)" "$TS_DEPS/bzip2"
   rm -rf "$tmp"
   [ -f "$TS_DEPS/bzip2/bzlib.h" ] || { echo "setup: could not fetch the bzip2 source package" >&2; return 1; }
+}
+
+# Ends the Wine server and the virtual display that the harness started.
+ts_stop_wine() {
+  local dir=$TS_ROOT/build/windows/wine
+  WINEPREFIX=$dir/prefix wineserver -k >/dev/null 2>&1 || true
+  [ -f "$dir/display" ] && kill "$(cut -d' ' -f2 "$dir/display")" 2>/dev/null
+  rm -f "$dir/display"
 }
 
 ts_setup() {

@@ -38,4 +38,17 @@ setsid wineserver -p 30 </dev/null >/dev/null 2>&1 || true
 flock -u 9
 exec 9>&-
 
-exec wine "$@"
+# Wine's own services outlive the program and would hold an output pipe open, so
+# that a caller waiting for the end of output (CTest) hangs: give them files
+# instead, and pass the output on once the program has ended. TS_WINE_LIVE=1
+# streams directly, for interactive use.
+if [ "${TS_WINE_LIVE:-0}" = 1 ]; then
+  exec wine "$@"
+fi
+out=$(mktemp "$dir/out.XXXXXX")
+wine "$@" >"$out.stdout" 2>"$out.stderr"
+status=$?
+cat "$out.stdout"
+cat "$out.stderr" >&2
+rm -f "$out" "$out.stdout" "$out.stderr"
+exit $status

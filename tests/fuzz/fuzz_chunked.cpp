@@ -5,18 +5,26 @@
 #include <vector>
 
 #include "io/serializable.h"
+#include "scene/controller/controller.h"
+#include "scene/controller/register.h"
 #include "tests/fuzz/silent_tracer.h"
 #include "tests/support/test_chunks.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   static tsfuzz::SilentTracer silent;
   trace::setTracer(&silent);
+  ts3d::controller::registerControllerChunks();
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   tsio::Serializable* root = tstest::loadFromBytes(data, size);
   if (root) {
+    // A controller that loads must evaluate anywhere on its time line.
+    if (auto* controller = dynamic_cast<ts3d::Controller*>(root)) {
+      controller->isConstant();
+      for (float t : {-1.0f, 0.0f, 5.0f, 1e30f, __builtin_nanf("")}) controller->update(t);
+    }
     const std::vector<uint8_t> first = tstest::storeToBytes(root, 0);
     delete root;
     tsio::Serializable* again = tstest::loadFromBytes(first);

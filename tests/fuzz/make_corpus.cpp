@@ -7,6 +7,8 @@
 
 #include "io/stream_bzip2.h"
 #include "io/stream_memory.h"
+#include "scene/controller/register.h"
+#include "tests/support/controller_samples.h"
 #include "tests/support/test_chunks.h"
 
 namespace {
@@ -68,6 +70,11 @@ int main(int argc, char** argv) {
             save(chunked + "/wide", tstest::storeToBytes(many.get(), 0)) &&
             save(chunked + "/leaf", tstest::storeToBytes(&leaf, 0)) &&
             save(chunked + "/null_root", tstest::storeToBytes(nullptr, 0));
+
+  ts3d::controller::registerControllerChunks();
+  const std::vector<Bytes> controllers = tstest::controllerSampleFiles();
+  for (size_t i = 0; i < controllers.size(); ++i)
+    ok = ok && save(chunked + "/controller_" + std::to_string(i), controllers[i]);
 
   ok = ok && save(bzip2 + "/sample", block(Bytes(samplePlain.begin() + 4, samplePlain.end()))) &&
        save(bzip2 + "/zeros", block(Bytes(50000, 0))) && save(bzip2 + "/text", block(Bytes{'a', 'b', 'c'}));

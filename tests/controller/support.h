@@ -1,0 +1,100 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "io/serializable.h"
+#include "scene/controller/const.h"
+#include "scene/controller/linear.h"
+#include "scene/controller/register.h"
+#include "tests/support/recording_tracer.h"
+#include "tests/support/test_chunks.h"
+
+namespace tstest {
+
+using Bytes = std::vector<uint8_t>;
+
+// Bit patterns of the floats that the hand-written layouts use.
+constexpr uint32_t kZero = 0x00000000;
+constexpr uint32_t kHalf = 0x3F000000;
+constexpr uint32_t kOne = 0x3F800000;
+constexpr uint32_t kMinusOne = 0xBF800000;
+constexpr uint32_t kTwo = 0x40000000;
+constexpr uint32_t kThree = 0x40400000;
+constexpr uint32_t kTen = 0x41200000;
+
+// A persistence file written word by word, little-endian, starting with the magic "NONE".
+class FileBuilder {
+ public:
+  FileBuilder() { code("NONE"); }
+  FileBuilder& u8(uint8_t value) {
+    bytes.push_back(value);
+    return *this;
+  }
+  FileBuilder& u16(uint16_t value) { return u8(value & 0xFF).u8(static_cast<uint8_t>(value >> 8)); }
+  FileBuilder& u32(uint32_t value) { return u16(value & 0xFFFF).u16(static_cast<uint16_t>(value >> 16)); }
+  FileBuilder& code(const char (&letters)[5]) {
+    for (int i = 0; i < 4; ++i) u8(static_cast<uint8_t>(letters[i]));
+    return *this;
+  }
+  FileBuilder& header(const char (&letters)[5], uint16_t id, uint32_t size) {
+    return code(letters).u16(1).u16(id).u32(size);
+  }
+
+  Bytes bytes;
+};
+
+// A constant that counts its instances, so that tests see who deletes it.
+template <class T>
+class Counted : public ts3d::controller::Const<T> {
+ public:
+  explicit Counted(const T& initial) : ts3d::controller::Const<T>(initial) { ++live; }
+  ~Counted() override { --live; }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+  static inline int live = 0;
+};
+
+// Indices of the keys that findKeys gives for time, -1 for null.
+template <class T>
+std::pair<int, int> around(ts3d::controller::Linear<T>& linear, float time) {
+  ts3d::controller::Key<T>* before = nullptr;
+  ts3d::controller::Key<T>* after = nullptr;
+  linear.findKeys(time, before, after);
+  const auto indexOf = [&linear](ts3d::controller::Key<T>* key) {
+    return key ? static_cast<int>(static_cast<ts3d::controller::LinearKey<T>*>(key) - linear.keys.data()) : -1;
+  };
+  return {indexOf(before), indexOf(after)};
+}
+
+// The controller classes are registered for every test.
+class ControllerTest : public testing::Test {
+ protected:
+  void SetUp() override { ts3d::controller::registerControllerChunks(); }
+};
+
+// The root read from a file, as a T; null (with a test failure) when the file is refused or the
+// root is of another class. Message boxes are recorded in boxes.
+template <class T>
+std::unique_ptr<T> loadAs(const Bytes& file, std::vector<std::string>* boxes = nullptr) {
+  RecordingTracer tracer;
+  std::unique_ptr<tsio::Serializable> root(loadFromBytes(file));
+  if (boxes) *boxes = tracer.texts('b');
+  T* typed = dynamic_cast<T*>(root.get());
+  EXPECT_NE(typed, nullptr) << "the file was refused or holds another class";
+  if (typed) root.release();
+  return std::unique_ptr<T>(typed);
+}
+
+// What storing root as an uncompressed file and reading it back gives.
+template <class T>
+std::unique_ptr<T> roundTrip(T& root) {
+  return loadAs<T>(storeToBytes(&root, 0));
+}
+
+}  // namespace tstest

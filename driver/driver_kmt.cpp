@@ -49,4 +49,14 @@ void DriverKMT::loadAnimation(const std::string&, std::string&) {}
 
 SoundPlayerFMOD* DriverKMT::soundPlayer() { return nullptr; }
 
-RenderWindow* DriverKMT::renderWindow() { return nullptr; }
+RenderWindow* DriverKMT::renderWindow() { return &window; }
+
+ts3d::RenderSurface* DriverKMT::acquireSurface(int32_t kind) {
+  if (kind == 0) return screenSurfaces.acquire();
+  if (kind == 1) return smallSurfaces.acquire();
+  return nullptr;
+}
+
+void DriverKMT::releaseSurface(ts3d::RenderSurface* surface) {
+  if (!screenSurfaces.release(surface)) smallSurfaces.release(surface);
+}

@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <string>
 
+#include "effects/render_window.h"
+#include "effects/surface_pool.h"
+
 class ControllerFactory;
 class DataItem;
 class ExportedAnimation;
 class Project;
-class RenderWindow;
 class SoundPlayerFMOD;
 class TimelineItem;
 struct EffectDescriptor;
@@ -34,7 +36,15 @@ class DriverKMT {
   virtual SoundPlayerFMOD* soundPlayer();
   virtual RenderWindow* renderWindow();
 
+  // For the effects, on the global object: kind 0 is a 640 x 480 picture, kind 1 a
+  // 256 x 256 one cut to the screen's aspect; any other kind gives null.
+  ts3d::RenderSurface* acquireSurface(int32_t kind);
+  void releaseSurface(ts3d::RenderSurface* surface);
+
   ControllerFactory* controllerFactory = nullptr;
+  SurfacePool screenSurfaces{640, 480, true, false};
+  SurfacePool smallSurfaces{256, 256, false, true};
+  RenderWindow window{{&screenSurfaces, &smallSurfaces}};
   ExportedAnimation* animation = nullptr;
 };
 

@@ -1,5 +1,6 @@
 #include "effects/timeline_base.h"
 
+#include "context/context.h"
 #include "driver/host/param_controller.h"
 #include "driver/host/tree_element.h"
 #include "io/trace.h"
@@ -63,7 +64,7 @@ void TimelineBase::update(uint32_t, float time) {
   }
 }
 
-void TimelineBase::clearFrame() {}
+void TimelineBase::clearFrame() { ts3d::Context::instance->clear(7, true); }
 
 uint32_t TimelineBase::controllerCount() const { return static_cast<uint32_t>(controllers.size()); }
 

@@ -1,0 +1,26 @@
+// Device state goes through the shadow blocks, so only differences reach the device.
+#include "context/context.h"
+
+namespace ts3d {
+
+void Context::applyRenderState(const RenderStateBlock& block) {
+  ts3d::applyRenderState(device, currentRenderState, overrideRenderState, block);
+}
+
+void Context::applyDefaultRenderState() { applyRenderState(RenderStateBlock::defaultBlock()); }
+
+void Context::setRenderStateOverride(const RenderStateBlock& block) {
+  ts3d::setRenderStateOverride(device, currentRenderState, overrideRenderState, block);
+}
+
+void Context::clearRenderStateOverride() {
+  ts3d::clearRenderStateOverride(device, currentRenderState, overrideRenderState);
+}
+
+void Context::applyStageState(uint32_t stage, const TextureStageStateBlock& block) {
+  ts3d::applyStageState(device, currentStageState, stage, block);
+}
+
+void Context::resetTextureStages() { ts3d::resetTextureStages(device, currentStageState); }
+
+}  // namespace ts3d

@@ -1,0 +1,23 @@
+#include "player/driver_module.h"
+
+#include "driver/driver_kmt.h"
+
+DriverModule::~DriverModule() {
+  if (module) FreeLibrary(module);
+}
+
+bool DriverModule::load(const std::string& path, std::string& error) {
+  module = LoadLibraryA(path.c_str());
+  if (!module) {
+    error = "cannot load the driver module '" + path + "' (error " + std::to_string(GetLastError()) + ")";
+    return false;
+  }
+  using GetDriver = DriverKMT* (*)();
+  auto entry = reinterpret_cast<GetDriver>(reinterpret_cast<void*>(GetProcAddress(module, "TESSARIN_GetDriver")));
+  if (!entry) {
+    error = "'" + path + "' has no entry point TESSARIN_GetDriver";
+    return false;
+  }
+  object = entry();
+  return object != nullptr;
+}

@@ -1,0 +1,46 @@
+#include "player/frame_capture.h"
+
+#include "platform/png_write.h"
+
+bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame) {
+  IDirect3DSurface9* back = nullptr;
+  if (FAILED(device->GetBackBuffer(0, 0, D3DBACKBUFFER_TYPE_MONO, &back))) return false;
+  D3DSURFACE_DESC desc;
+  back->GetDesc(&desc);
+  IDirect3DSurface9* copy = nullptr;
+  bool ok = false;
+  if (SUCCEEDED(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM, &copy,
+                                                    nullptr)) &&
+      SUCCEEDED(device->GetRenderTargetData(back, copy))) {
+    D3DLOCKED_RECT locked;
+    if (SUCCEEDED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY))) {
+      frame.width = desc.Width;
+      frame.height = desc.Height;
+      frame.pixels.resize(static_cast<size_t>(desc.Width) * desc.Height);
+      const bool sixteenBits = desc.Format == D3DFMT_R5G6B5;
+      for (unsigned int y = 0; y < desc.Height; ++y) {
+        const char* row = static_cast<const char*>(locked.pBits) + static_cast<size_t>(y) * locked.Pitch;
+        uint32_t* out = &frame.pixels[static_cast<size_t>(y) * desc.Width];
+        for (unsigned int x = 0; x < desc.Width; ++x) {
+          if (sixteenBits) {
+            const uint16_t p = reinterpret_cast<const uint16_t*>(row)[x];
+            const uint32_t r = (p >> 11) & 31, g = (p >> 5) & 63, b = p & 31;
+            out[x] = 0xff000000u | ((r * 255 / 31) << 16) | ((g * 255 / 63) << 8) | (b * 255 / 31);
+          } else {
+            out[x] = reinterpret_cast<const uint32_t*>(row)[x];
+          }
+        }
+      }
+      copy->UnlockRect();
+      ok = true;
+    }
+  }
+  if (copy) copy->Release();
+  back->Release();
+  return ok;
+}
+
+bool saveFrame(const Frame& frame, const std::string& path) {
+  return platform::writePng(path, static_cast<int>(frame.width), static_cast<int>(frame.height), frame.pixels.data(),
+                            static_cast<int>(frame.width * 4));
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <d3d9.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The back buffer of a device as 0xAARRGGBB pixels, read back after a frame.
+struct Frame {
+  unsigned int width = 0, height = 0;
+  std::vector<uint32_t> pixels;
+};
+
+bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame);
+bool saveFrame(const Frame& frame, const std::string& path);

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "context/context.h"
+#include "tests/device/test_device.h"
+#include "tests/support/proxy_device.h"
+
+namespace tstest {
+
+// A Context made the way the render window makes it, on a hidden window, with a
+// recording proxy between it and the real device.
+class ContextTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    window = createHiddenWindow(640, 480);
+    ts3d::Context::setWindows(window, nullptr);
+    ts3d::Context::setFullscreenOptions(false, false, false);
+    ts3d::Context::setMultisample(0, 0);
+    ts3d::Context::setDisplayMode(640, 480, -1);
+    ts3d::Context::wrapDevice = &wrap;
+    ts3d::Context::create();
+    context = ts3d::Context::instance;
+    ASSERT_NE(context, nullptr);
+    proxy = static_cast<ProxyDevice*>(context->device);
+  }
+  void TearDown() override {
+    ts3d::Context::destroy();
+    ts3d::Context::wrapDevice = nullptr;
+    DestroyWindow(window);
+  }
+
+  static IDirect3DDevice9* wrap(IDirect3DDevice9* real) {
+    ProxyDevice* proxy = ProxyDevice::create(real);
+    real->Release();  // the proxy holds the one reference now
+    return proxy;
+  }
+
+  // The current target's pixels, read back from the real device.
+  std::vector<uint32_t> readTarget(IDirect3DSurface9* surface) {
+    std::vector<uint32_t> pixels;
+    D3DSURFACE_DESC desc;
+    surface->GetDesc(&desc);
+    IDirect3DSurface9* copy = nullptr;
+    if (SUCCEEDED(proxy->real()->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format,
+                                                             D3DPOOL_SYSTEMMEM, &copy, nullptr)) &&
+        SUCCEEDED(proxy->real()->GetRenderTargetData(surface, copy))) {
+      D3DLOCKED_RECT locked;
+      copy->LockRect(&locked, nullptr, D3DLOCK_READONLY);
+      pixels.resize(static_cast<size_t>(desc.Width) * desc.Height);
+      for (unsigned int y = 0; y < desc.Height; ++y)
+        for (unsigned int x = 0; x < desc.Width; ++x)
+          pixels[static_cast<size_t>(y) * desc.Width + x] =
+              reinterpret_cast<const uint32_t*>(static_cast<const char*>(locked.pBits) + y * locked.Pitch)[x];
+      copy->UnlockRect();
+    }
+    if (copy) copy->Release();
+    return pixels;
+  }
+
+  HWND window = nullptr;
+  ts3d::Context* context = nullptr;
+  ProxyDevice* proxy = nullptr;
+};
+
+}  // namespace tstest

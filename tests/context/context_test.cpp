@@ -305,3 +305,40 @@ TEST_F(ContextTest, DestroyReleasesEveryReferenceItHolds) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ContextCreate, UnsupportedMultisampleFallsBackInsteadOfFailing) {
+  HWND window = tstest::createHiddenWindow(320, 240);
+  ts3d::Context::setWindows(window, nullptr);
+  ts3d::Context::setFullscreenOptions(false, false, false);
+  ts3d::Context::setDisplayMode(320, 240, -1);
+  // A quality no device offers is dropped; a type it refuses goes to none.
+  ts3d::Context::setMultisample(D3DMULTISAMPLE_16_SAMPLES, 1000);
+  ts3d::Context::create();
+  ASSERT_NE(ts3d::Context::instance, nullptr);
+  EXPECT_EQ(ts3d::Context::multisampleQuality, 0);
+  EXPECT_TRUE(ts3d::Context::multisampleType == 0 || ts3d::Context::multisampleType == D3DMULTISAMPLE_16_SAMPLES);
+  ts3d::Context::instance->clear(7, true);
+  ts3d::Context::destroy();
+  ts3d::Context::setMultisample(0, 0);
+  DestroyWindow(window);
+}
+
+TEST_F(ContextTest, SixteenBitDepthReachesLaterSurfaces) {
+  // What the fallback from D24S8 leaves behind: every later surface takes D16.
+  ts3d::Context::depthBits = 16;
+  ts3d::RenderSurface* surface = ts3d::RenderSurface::create(128, 128, false, false);
+  ASSERT_NE(surface->depthSurface, nullptr);
+  D3DSURFACE_DESC desc;
+  surface->depthSurface->GetDesc(&desc);
+  EXPECT_EQ(desc.Format, D3DFMT_D16);
+  delete surface;
+  ts3d::Context::depthBits = 24;
+  surface = ts3d::RenderSurface::create(128, 128, false, false);
+  surface->depthSurface->GetDesc(&desc);
+  EXPECT_EQ(desc.Format, D3DFMT_D24S8);
+  delete surface;
+}
+
+}  // namespace

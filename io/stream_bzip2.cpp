@@ -15,12 +15,12 @@ namespace {
 // more than kMinBlockBytes of the stream. Negative when the bytes aren't a bzip2 stream.
 constexpr int64_t kMinBlockBytes = 16;
 
-int64_t maxUnpackedSize(const std::vector<char>& packed) {
-  if (packed.size() < 4 || packed[0] != 'B' || packed[1] != 'Z' || packed[2] != 'h' || packed[3] < '1' ||
+int64_t maxUnpackedSize(const char* packed, size_t size) {
+  if (size < 4 || packed[0] != 'B' || packed[1] != 'Z' || packed[2] != 'h' || packed[3] < '1' ||
       packed[3] > '9')
     return -1;
   const int64_t blockSize = (packed[3] - '0') * int64_t{100000};
-  const int64_t blocks = static_cast<int64_t>(packed.size()) / kMinBlockBytes + 1;
+  const int64_t blocks = static_cast<int64_t>(size) / kMinBlockBytes + 1;
   return blocks * blockSize / 5 * 259;
 }
 
@@ -28,9 +28,9 @@ int64_t maxUnpackedSize(const std::vector<char>& packed) {
 
 InStreamBzip2::InStreamBzip2(InStream* source, bool ownsSource) : InStreamComposite(new InStreamMemory, true) {
   if (unpack(*source))
-    static_cast<InStreamMemory*>(inner)->setRange(buffer.data(), static_cast<int32_t>(buffer.size()));
+    static_cast<InStreamMemory*>(inner)->setRange(buffer.get(), bufferSize);
   else
-    std::vector<char>().swap(buffer);
+    buffer.reset();
   if (ownsSource) delete source;
 }
 
@@ -45,10 +45,12 @@ bool InStreamBzip2::unpack(InStream& source) {
              packedLength, length, left);
     return false;
   }
-  std::vector<char> packed(static_cast<size_t>(packedLength));
-  source.readBytes(packed.data(), static_cast<uint32_t>(packedLength));
-  const int64_t bound = maxUnpackedSize(packed);
-  if (!source.isGood() || bound < 0) {
+  // Not zero-filled: every byte is written before it is read, and filling tens of
+  // megabytes first would cost as much as a tenth of the unpacking.
+  std::unique_ptr<char[]> packed(new char[static_cast<size_t>(packedLength)]);
+  source.readBytes(packed.get(), static_cast<uint32_t>(packedLength));
+  const int64_t bound = source.isGood() ? maxUnpackedSize(packed.get(), static_cast<size_t>(packedLength)) : -1;
+  if (bound < 0) {
     traceBox("TSIO : Unreadable file : the compressed block is not a bzip2 stream");
     return false;
   }
@@ -57,9 +59,10 @@ bool InStreamBzip2::unpack(InStream& source) {
              packedLength, length);
     return false;
   }
-  buffer.resize(static_cast<size_t>(length));
+  buffer.reset(new char[static_cast<size_t>(length)]);
+  bufferSize = length;
   unsigned int produced = static_cast<unsigned int>(length);
-  const int result = BZ2_bzBuffToBuffDecompress(buffer.data(), &produced, packed.data(),
+  const int result = BZ2_bzBuffToBuffDecompress(buffer.get(), &produced, packed.get(),
                                                 static_cast<unsigned int>(packedLength), 0, 0);
   if (result != BZ_OK || produced != static_cast<unsigned int>(length)) {
     traceBox("TSIO : Unreadable file : the compressed block is damaged (bzip2 result %d, %u of %d bytes)", result,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "io/stream_composite.h"
@@ -20,7 +21,8 @@ class InStreamBzip2 : public InStreamComposite {
  private:
   bool unpack(InStream& source);
 
-  std::vector<char> buffer;
+  std::unique_ptr<char[]> buffer;
+  int32_t bufferSize = 0;
 };
 
 // Collects the object stream in memory; its destructor compresses it as one bzip2 block and

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "scene/register.h"
+#include "scene/value_types.h"
+#include "tests/controller/support.h"
+
+namespace tstest {
+
+inline FileBuilder& f32(FileBuilder& file, float value) {
+  uint32_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return file.u32(bits);
+}
+
+inline FileBuilder& floats(FileBuilder& file, std::initializer_list<float> values) {
+  for (float value : values) f32(file, value);
+  return file;
+}
+
+// Chunk header of a given version (FileBuilder::header writes version 1).
+inline FileBuilder& headerV(FileBuilder& file, const char (&letters)[5], uint16_t version, uint16_t id,
+                            uint32_t size) {
+  return file.code(letters).u16(version).u16(id).u32(size);
+}
+
+// Every element within tolerance.
+inline void expectMatrixNear(const ts3d::matrix& actual, const ts3d::matrix& expected, float tolerance = 1e-5f) {
+  for (int row = 0; row < 4; ++row)
+    for (int column = 0; column < 4; ++column)
+      EXPECT_NEAR(actual.m[row][column], expected.m[row][column], tolerance) << "element " << row << ", " << column;
+}
+
+inline ts3d::matrix identityMatrix() {
+  return ts3d::matrix(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+}
+
+class SceneTest : public testing::Test {
+ protected:
+  void SetUp() override { ts3d::registerSceneChunks(); }
+};
+
+}  // namespace tstest

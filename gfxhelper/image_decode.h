@@ -1,0 +1,42 @@
+#pragma once
+
+// Image files from memory into B, G, R, A pixels. Platform-free.
+//
+// PNG, JPEG, BMP (also named .dib) and TGA go through stb_image; DDS through our
+// own reader. The kind is told by the bytes, not by a file name. Sizes beyond
+// Limits are refused from the header, before pixel memory is taken, and the memory
+// that stb_image may take while decoding is capped to a few times the image's own
+// size, so that no file can make it allocate without bound.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "gfxhelper/image.h"
+
+namespace gfximage {
+
+// A decoded file: the header's description and level 0 (with a DDS file, all the
+// levels it stores) of a 2D image.
+struct DecodedImage {
+  ImageInfo info;
+  std::vector<Image> levels;
+};
+
+// The kind of file from its first bytes; Unknown when no reader claims it.
+FileType identify(const void* data, size_t size);
+
+// The header alone: size, levels, layout. For stb's formats, the format is
+// A8R8G8B8 when the header declares alpha and X8R8G8B8 otherwise.
+Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& limits = Limits());
+
+// The whole image. Cube maps are refused here (readInfo still describes them).
+// info.format becomes A8R8G8B8 when decoding finds transparency that the header
+// did not declare (a PNG's transparent palette entry, say).
+Result decode(const void* data, size_t size, DecodedImage* image, const Limits& limits = Limits());
+
+// The most memory that stb_image held at once during the last decode on this
+// thread, for tests that check hostile files cannot make it allocate much.
+uint64_t lastDecoderPeakBytes();
+
+}  // namespace gfximage

@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "context/context.h"
+#include "geometry/geometry_composite.h"
 #include "gfxhelper/d3dx9math.h"
 
 namespace ts3d {
@@ -74,6 +76,19 @@ uint32_t rawBits(float value) {
   uint32_t bits = 0;
   std::memcpy(&bits, &value, sizeof bits);
   return bits;
+}
+
+// The entries of values at the given old vertex numbers, in order; a number beyond values
+// (a vector shorter than the positions) gives a zero entry.
+template <class T>
+std::vector<T> gather(const std::vector<T>& values, const std::vector<uint32_t>& oldNumbers) {
+  std::vector<T> result;
+  result.reserve(oldNumbers.size());
+  for (uint32_t old : oldNumbers) {
+    const T* value = itemAt(values, old);
+    result.push_back(value ? *value : T());
+  }
+  return result;
 }
 
 }  // namespace
@@ -507,6 +522,48 @@ void GeometrySimple::flipFaces() {
     f.vertex[0] = f.vertex[1];
     f.vertex[1] = first;
   }
+}
+
+GeometryComposite* GeometrySimple::split(const std::vector<uint32_t>& faceGroups, uint32_t groupCount) {
+  constexpr uint32_t kUnmapped = 0xffffffffu;
+  const size_t grouped = faceGroups.size() < faces.size() ? faceGroups.size() : faces.size();
+  // Faces may name any 16-bit number; the map covers them all, whatever the vectors hold.
+  size_t mapSize = positions.size();
+  for (size_t i = 0; i < grouped; ++i)
+    for (uint16_t v : faces[i].vertex)
+      if (v >= mapSize) mapSize = static_cast<size_t>(v) + 1;
+
+  std::vector<Geometry*> children;
+  children.reserve(groupCount);
+  std::vector<uint32_t> map;
+  std::vector<uint32_t> oldNumbers;  // the child's vertices, by their number here
+  for (uint32_t g = 0; g < groupCount; ++g) {
+    GeometrySimple* child = new GeometrySimple(dynamicVertices, dynamicIndices);
+    children.push_back(child);
+    map.assign(mapSize, kUnmapped);
+    oldNumbers.clear();
+    for (size_t i = 0; i < grouped; ++i) {
+      if (faceGroups[i] != g) continue;
+      Face renumbered;
+      for (int corner = 0; corner < 3; ++corner) {
+        const uint16_t old = faces[i].vertex[corner];
+        if (map[old] == kUnmapped) {
+          map[old] = static_cast<uint32_t>(oldNumbers.size());
+          oldNumbers.push_back(old);
+        }
+        renumbered.vertex[corner] = static_cast<uint16_t>(map[old]);
+      }
+      child->faces.push_back(renumbered);
+    }
+    if (!positions.empty()) child->positions = gather(positions, oldNumbers);
+    if (!normals.empty()) child->normals = gather(normals, oldNumbers);
+    if (!colors.empty()) child->colors = gather(colors, oldNumbers);
+    child->textureChannels.resize(textureChannels.size());
+    for (size_t c = 0; c < textureChannels.size(); ++c)
+      if (!textureChannels[c].coordinates.empty())
+        child->textureChannels[c].coordinates = gather(textureChannels[c].coordinates, oldNumbers);
+  }
+  return new GeometryComposite(std::move(children));
 }
 
 void GeometrySimple::weldPositions() {

@@ -10,6 +10,8 @@
 
 namespace ts3d {
 
+class GeometryComposite;
+
 // A triangle list, held twice: as plain vectors (what files store and every computation
 // reads) and as one vertex and one index buffer on the device (what is drawn). The vertex
 // layout follows from which vectors are filled; see computeVertexFormat.
@@ -68,6 +70,11 @@ class GeometrySimple : public Geometry {
   // Reverses the winding of every face.
   virtual void flipFaces();
   virtual void computeVertexFormat(uint32_t* fvf, uint32_t* stride);
+  // A new composite (the caller's) with groupCount children: child g holds the faces whose
+  // entry in faceGroups (one per face) is g, in their order, and only the vertices they use.
+  // Faces without an entry, or with one beyond groupCount, go nowhere. Positions, normals,
+  // colours and texture channels are carried; tangent space, records and buffers are not.
+  virtual GeometryComposite* split(const std::vector<uint32_t>& faceGroups, uint32_t groupCount);
   // Copies the parts named by mask (kUpdate*) from the vectors to the device buffers.
   virtual void updateBuffers(uint32_t mask);
 

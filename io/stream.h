@@ -47,6 +47,9 @@ class InStream {
 
   // Bytes between the read position and the end, never negative.
   int32_t remaining();
+  // The fewest bytes an object field takes in a stream: the null word, or a reference.
+  static constexpr uint32_t kObjectFieldBytes = 4;
+
   // Reads a 4-byte count of items that take at least minItemBytes each in the stream. A count
   // that the remaining bytes can't hold fails the stream; then the count is 0 and the result false.
   bool readCount(uint32_t* count, uint32_t minItemBytes);

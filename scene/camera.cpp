@@ -1,6 +1,7 @@
 #include "scene/camera.h"
 
 #include "context/context.h"
+#include "scene/hierarchy_node.h"
 #include "scene/transformation.h"
 
 namespace ts3d {
@@ -70,7 +71,16 @@ float CameraSimple::clipFar() { return valueOr(farController, kDefaultFar); }
 float CameraSimple::rangeNear() { return valueOr(nearController, 0.0f); }
 float CameraSimple::rangeFar() { return valueOr(rangeFarController, 0.0f); }
 
-float CameraSimple::focusDistance() { return (clipFar() - clipNear()) * 0.5f; }
+float CameraSimple::focusDistance() {
+  // A camera aiming at a node focuses on it; the positions are those the nodes' own
+  // controllers give, as the look-at itself uses them.
+  auto* node = dynamic_cast<HierarchyNode*>(transformation);
+  if (node && node->target) {
+    const vect3 between = *node->target->position() - *node->position();
+    return D3DXVec3Length(&between);
+  }
+  return (clipFar() - clipNear()) * 0.5f;
+}
 
 bool CameraSimple::load(tsio::InStream& in) {
   if (in.isChunked() && in.chunkVersion() != kVersion) {

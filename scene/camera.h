@@ -49,8 +49,8 @@ class CameraSimple : public Camera {
   float clipFar() override;
   float rangeNear() override;
   float rangeFar() override;
-  // Half the way from clipNear to clipFar. Aiming at a target node's position belongs to the
-  // scene's tree nodes, which are not part of this library yet.
+  // The distance to the target of the camera's node when it aims at one, else half the way
+  // from clipNear to clipFar.
   float focusDistance() override;
   const matrix* viewMatrix() override { return &view; }
   const matrix* projectionMatrix() override { return &projection; }

@@ -19,7 +19,7 @@ float floatOf(const controller::ControllerBase<float>* source) { return source ?
 void loadList(tsio::InStream& in, std::vector<tsio::Serializable*>& list) {
   list.clear();
   uint32_t count = 0;
-  if (!in.readCount(&count, 4)) return;
+  if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return;
   list.reserve(count);
   for (uint32_t i = 0; i < count && in.isGood(); ++i) list.push_back(tsio::readShared<tsio::Serializable>(in));
 }

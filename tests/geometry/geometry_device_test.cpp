@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "geometry/geometry_composite.h"
 #include "platform/png_write.h"
 #include "tests/context/context_fixture.h"
 #include "tests/geometry/geometry_support.h"
@@ -275,6 +276,47 @@ TEST_F(GeometryDeviceTest, LoadingMakesNoDeviceObject) {
   outcome.geometry()->createResources();
   EXPECT_NE(outcome.geometry()->vertexBuffer, nullptr);
   EXPECT_EQ(proxy->references(), before + 2);
+}
+
+TEST_F(GeometryDeviceTest, CompositeDrawsEachChildInOrderAndBothAppear) {
+  setUpIdentityCamera();
+  GeometrySimple* red = lowerLeftTriangle();
+  red->colors.assign(3, color(1.0f, 0.0f, 0.0f, 1.0f));
+  auto* green = new GeometrySimple;
+  green->positions = {vect3(1, 1, 0.5f), vect3(1, -1, 0.5f), vect3(-1, 1, 0.5f)};
+  green->faces = {face(0, 1, 2)};
+  green->colors.assign(3, color(0.0f, 1.0f, 0.0f, 1.0f));
+  const ULONG before = proxy->references();
+  auto* both = new ts3d::GeometryComposite({red, green});
+  both->createResources();
+  EXPECT_EQ(proxy->references(), before + 4) << "two buffers for each child";
+
+  proxy->clearLog();
+  drawFrame(*both);
+  // Each draw uses the vertex buffer that was set last before it.
+  std::vector<const void*> drawnBuffers;
+  const void* current = nullptr;
+  for (const DeviceCall& call : proxy->calls()) {
+    if (call.kind == DeviceCallKind::SetStreamSource) current = call.object;
+    if (call.kind == DeviceCallKind::DrawIndexedPrimitive) drawnBuffers.push_back(current);
+  }
+  EXPECT_EQ(drawnBuffers, (std::vector<const void*>{red->vertexBuffer, green->vertexBuffer}));
+
+  const std::vector<uint32_t> pixels = frame();
+  ASSERT_EQ(pixels.size(), static_cast<size_t>(kWidth) * kHeight);
+  const bool ok = tstest::pixelNear(at(pixels, 100, 400), 255, 0, 0) && tstest::pixelNear(at(pixels, 540, 80), 0, 255, 0);
+  saveOnFailure(ok, pixels, "GeometryComposite");
+  EXPECT_TRUE(ok) << std::hex << at(pixels, 100, 400) << " " << at(pixels, 540, 80);
+
+  delete both;
+  EXPECT_EQ(proxy->references(), before) << "the children went with the composite";
+
+  ts3d::GeometryComposite empty;
+  proxy->clearLog();
+  context->beginScene();
+  empty.draw();
+  context->endScene();
+  EXPECT_EQ(proxy->count(DeviceCallKind::DrawIndexedPrimitive), 0u);
 }
 
 }  // namespace

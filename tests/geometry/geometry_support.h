@@ -51,7 +51,11 @@ struct ReadOutcome {
   std::unique_ptr<tsio::Serializable> root;
   std::vector<std::string> boxes;
 
-  ts3d::GeometrySimple* geometry() const { return dynamic_cast<ts3d::GeometrySimple*>(root.get()); }
+  ts3d::GeometrySimple* geometry() const { return as<ts3d::GeometrySimple>(); }
+  template <class T>
+  T* as() const {
+    return dynamic_cast<T*>(root.get());
+  }
 };
 
 inline ReadOutcome readFile(const Bytes& file) {
@@ -63,9 +67,9 @@ inline ReadOutcome readFile(const Bytes& file) {
   return outcome;
 }
 
-inline Bytes storeFile(ts3d::GeometrySimple& geometry) {
+inline Bytes storeFile(tsio::Serializable& root) {
   RecordingTracer tracer;
-  return storeToBytes(&geometry, 0);
+  return storeToBytes(&root, 0);
 }
 
 inline ts3d::Face face(uint16_t a, uint16_t b, uint16_t c) {

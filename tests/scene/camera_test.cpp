@@ -7,8 +7,10 @@
 #include "geometry/oriented_box.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
+#include "scene/hierarchy_node.h"
 #include "scene/transformation.h"
 #include "tests/context/context_fixture.h"
+#include "tests/scene/scene_support.h"
 #include "tests/scene/support.h"
 
 namespace {
@@ -64,6 +66,25 @@ TEST_F(CameraTest, AccessorsReadTheirOwnControllers) {
   EXPECT_EQ(camera.clipNear(), 4.0f);
   EXPECT_EQ(camera.rangeFar(), 50.0f);
   EXPECT_FLOAT_EQ(camera.focusDistance(), 148.0f);
+}
+
+TEST_F(CameraTest, FocusIsTheDistanceToTheTargetOfItsNode) {
+  // Positions as the nodes' own controllers give them: the parent's offset doesn't count.
+  ts3d::HierarchyNode parent, eye, target;
+  parent.transformation = tstest::placeAt(vect3(100, 0, 0));
+  eye.transformation = tstest::placeAt(vect3(1, 2, 3));
+  eye.parent = &parent;
+  target.transformation = tstest::placeAt(vect3(4, 6, 3));
+  CameraSimple camera;
+  camera.transformation = &eye;
+  setFloat(camera, camera.clipNearController, 4.0f);
+  setFloat(camera, camera.farController, 300.0f);
+  for (ts3d::HierarchyNode* node : {&parent, &eye, &target}) node->update(0.0f);
+  camera.update(0.0f);
+  EXPECT_FLOAT_EQ(camera.focusDistance(), 148.0f);  // no target yet
+  eye.target = &target;
+  eye.update(0.0f);
+  EXPECT_FLOAT_EQ(camera.focusDistance(), 5.0f);
 }
 
 TEST_F(CameraTest, WithoutTransformationItLooksDownMinusZFromTheOrigin) {

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -13,26 +11,8 @@
 #include "scene/controller_transformation.h"
 #include "scene/light.h"
 #include "scene/transformation.h"
+#include "tests/scene/heap_count.h"
 #include "tests/scene/support.h"
-
-// Every heap block of this test program is counted, so that a refused read can be shown to
-// free everything it made, in the Windows build too, where no leak checker runs.
-namespace {
-long liveBlocks = 0;
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* block = std::malloc(size ? size : 1);
-  if (!block) throw std::bad_alloc();
-  ++liveBlocks;
-  return block;
-}
-void operator delete(void* block) noexcept {
-  if (!block) return;
-  --liveBlocks;
-  std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 namespace {
 
@@ -134,12 +114,12 @@ Outcome read(const Bytes& file) {
 
 // Heap blocks that reading a file and freeing its result leaves behind.
 long leakOf(const Bytes& file) {
-  const long before = liveBlocks;
+  const long before = tstest::liveHeapBlocks();
   {
     tstest::RecordingTracer tracer;
     std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
   }
-  return liveBlocks - before;
+  return tstest::liveHeapBlocks() - before;
 }
 
 class HostileScene : public tstest::SceneTest {};
@@ -157,7 +137,7 @@ TEST_F(HostileScene, EveryTruncationIsRefusedWithOneMessageAndFreesAll) {
     EXPECT_TRUE(whole.boxes.empty());
     EXPECT_EQ(leakOf(file), 0) << "an intact read, deleted, frees all too";
     for (size_t length = 0; length < file.size(); ++length) {
-      const long before = liveBlocks;
+      const long before = tstest::liveHeapBlocks();
       bool loaded = false;
       {
         const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
@@ -169,18 +149,18 @@ TEST_F(HostileScene, EveryTruncationIsRefusedWithOneMessageAndFreesAll) {
         }
       }
       EXPECT_FALSE(loaded) << "cut at " << length << " of " << file.size();
-      EXPECT_EQ(liveBlocks, before) << "cut at " << length << " of " << file.size();
+      EXPECT_EQ(tstest::liveHeapBlocks(), before) << "cut at " << length << " of " << file.size();
     }
   }
 }
 
 TEST_F(HostileScene, TheCounterSeesAnObjectThatIsNotFreed) {
   // The leak check above can fail: a block kept alive shows as one more live block.
-  const long before = liveBlocks;
+  const long before = tstest::liveHeapBlocks();
   auto* kept = new TransformationPRS;
-  EXPECT_EQ(liveBlocks, before + 1);
+  EXPECT_EQ(tstest::liveHeapBlocks(), before + 1);
   delete kept;
-  EXPECT_EQ(liveBlocks, before);
+  EXPECT_EQ(tstest::liveHeapBlocks(), before);
 }
 
 void expectRefused(const Bytes& file, const std::string& reason) {

@@ -1,0 +1,194 @@
+// The scene engine's own cost per frame and its device traffic, on a stress scene of 1,000
+// meshes over 20 materials made with the scene builder:
+//  - update plus queue building and sorting (no drawing), in microseconds per mesh, against
+//    the least any engine must do per mesh (one world product and one camera-space point);
+//  - through the recording proxy device, SetRenderState and SetTextureStageState calls of
+//    one drawn frame, and how many of them re-set a value the device already held.
+#include <chrono>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "context/context.h"
+#include "scene/register.h"
+#include "scene/render_queue.h"
+#include "scene/scene_hierarchy.h"
+#include "scenebuild/scene_builder.h"
+#include "tests/device/test_device.h"
+#include "tests/gfxhelper/test_images.h"
+#include "tests/support/proxy_device.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using scenebuild::constant;
+using scenebuild::keyed;
+using ts3d::color;
+using ts3d::vect3;
+
+constexpr int kMeshes = 1000, kMaterials = 20;
+
+IDirect3DDevice9* wrap(IDirect3DDevice9* real) {
+  tstest::ProxyDevice* proxy = tstest::ProxyDevice::create(real);
+  real->Release();
+  return proxy;
+}
+
+// A grid of boxes in front of the camera, every third one moving; materials differ in
+// colour, and some in blending, culling and a texture stage, as a real scene's would.
+ts3d::SceneHierarchy* stressScene() {
+  scenebuild::SceneBuilder builder;
+  ts3d::HierarchyNode* root = builder.root();
+  builder.camera(builder.node(root, vect3(0, 0, 60)), 1.0f, 1.0f, 500.0f);
+  builder.light(builder.node(root, vect3(50, 50, 80)), color(1, 1, 1, 1), 1000.0f, color(0.1f, 0.1f, 0.1f, 1));
+  std::vector<uint8_t> rgb(16 * 16 * 3);
+  for (size_t i = 0; i < rgb.size(); ++i) rgb[i] = static_cast<uint8_t>(i * 7);
+  ts3d::Texture* texture = builder.texture(tstest::encodePng(16, 16, 3, rgb.data()));
+  std::vector<ts3d::MaterialSimple*> materials;
+  for (int m = 0; m < kMaterials; ++m) {
+    scenebuild::MaterialSettings settings;
+    settings.diffuse = color(0.2f + 0.04f * static_cast<float>(m), 0.5f, 1.0f - 0.04f * static_cast<float>(m), 1);
+    settings.power = (m % 4 == 0) ? 20.0f : 0.0f;
+    if (m % 5 == 4) {
+      settings.alphaBlend = true;
+      settings.order = 3;
+      settings.diffuse.a = 0.5f;
+    }
+    ts3d::MaterialSimple* material = builder.material(settings);
+    if (m % 3 == 0) material->renderStates().cullMode = ts3d::CullNone;
+    if (m % 2 == 1) builder.stage(material, texture);
+    materials.push_back(material);
+  }
+  const scenebuild::Shape box = scenebuild::box(0.8f, 0.8f, 0.8f);
+  for (int i = 0; i < kMeshes; ++i) {
+    const vect3 at(static_cast<float>(i % 40) * 1.5f - 30.0f, static_cast<float>(i / 40) * 1.5f - 18.0f, 0.0f);
+    ts3d::HierarchyNode* node =
+        i % 3 == 0 ? builder.node(root, keyed<vect3>({{0.0f, at}, {10.0f, at + vect3(0, 0, 5)}})) : builder.node(root, at);
+    builder.mesh(node, box, materials[static_cast<size_t>(i % kMaterials)]);
+  }
+  return builder.release();
+}
+
+// What the device holds now, for every render state and stage state the engine sets.
+struct DeviceStates {
+  std::map<DWORD, DWORD> render;
+  std::map<std::pair<DWORD, DWORD>, DWORD> stage;
+
+  void read(IDirect3DDevice9* device) {
+    for (DWORD state = 7; state <= 209; ++state) {
+      DWORD value = 0;
+      if (SUCCEEDED(device->GetRenderState(static_cast<D3DRENDERSTATETYPE>(state), &value))) render[state] = value;
+    }
+    for (DWORD s = 0; s < 8; ++s)
+      for (DWORD type = 1; type <= 32; ++type) {
+        DWORD value = 0;
+        if (SUCCEEDED(device->GetTextureStageState(s, static_cast<D3DTEXTURESTAGESTATETYPE>(type), &value)))
+          stage[{s, type}] = value;
+      }
+  }
+};
+
+}  // namespace
+
+int main() {
+  HWND window = tstest::createHiddenWindow(640, 480);
+  ts3d::Context::setWindows(window, nullptr);
+  ts3d::Context::setFullscreenOptions(false, false, false);
+  ts3d::Context::setMultisample(0, 0);
+  ts3d::Context::setDisplayMode(640, 480, -1);
+  ts3d::Context::wrapDevice = &wrap;
+  if (!ts3d::Context::create()) {
+    std::fprintf(stderr, "bench_scene: no device\n");
+    return 1;
+  }
+  ts3d::Context* context = ts3d::Context::instance;
+  auto* proxy = static_cast<tstest::ProxyDevice*>(context->device);
+  ts3d::registerSceneChunks();
+  ts3d::SceneHierarchy* scene = stressScene();
+  scene->createResources();
+
+  // Our code alone: update and the queue of what the camera sees, sorted, not drawn. The
+  // camera makes its projection when it is applied, so one frame is drawn first.
+  constexpr int kFrames = 300;
+  size_t queued = 0;
+  scene->update(0.0f);
+  context->beginScene();
+  scene->render();
+  context->endScene();
+  for (int frame = 0; frame < 20; ++frame) {
+    scene->update(0.01f * static_cast<float>(frame));
+    delete scene->collectVisible();
+  }
+  const auto started = Clock::now();
+  for (int frame = 0; frame < kFrames; ++frame) {
+    scene->update(0.01f * static_cast<float>(frame));
+    ts3d::RenderQueue* queue = scene->collectVisible();
+    queued += queue->items().size();
+    delete queue;
+  }
+  const double engine = std::chrono::duration<double, std::micro>(Clock::now() - started).count() / kFrames / kMeshes;
+
+  // The floor: per mesh one world product and one point into camera space.
+  std::vector<ts3d::matrix> worlds(kMeshes), locals(kMeshes);
+  for (int i = 0; i < kMeshes; ++i) D3DXMatrixTranslation(&locals[static_cast<size_t>(i)], static_cast<float>(i), 1, 2);
+  const ts3d::matrix& view = *scene->activeCamera->viewMatrix();
+  float sink = 0.0f;
+  const auto floorStarted = Clock::now();
+  for (int frame = 0; frame < kFrames; ++frame)
+    for (int i = 0; i < kMeshes; ++i) {
+      D3DXMatrixMultiply(&worlds[static_cast<size_t>(i)], &locals[static_cast<size_t>(i)], &view);
+      vect3 origin(worlds[static_cast<size_t>(i)]._41, worlds[static_cast<size_t>(i)]._42, static_cast<float>(frame));
+      D3DXVec3TransformCoord(&origin, &origin, &view);
+      sink += origin.z;
+    }
+  const double floor = std::chrono::duration<double, std::micro>(Clock::now() - floorStarted).count() / kFrames / kMeshes;
+  std::printf("update + queue: %.3f us per mesh (%d meshes, %d materials, %.0f queued per frame); "
+              "floor %.3f us; ratio %.1f%s\n",
+              engine, kMeshes, kMaterials, static_cast<double>(queued) / kFrames, floor, engine / floor,
+              sink == 0.5f ? " " : "");
+
+  // Device traffic of one drawn frame, after two frames that settle the state.
+  for (int frame = 0; frame < 3; ++frame) {
+    DeviceStates held;
+    if (frame == 2) {
+      held.read(proxy->real());
+      proxy->clearLog();
+    }
+    scene->update(1.0f);
+    context->beginScene();
+    scene->clear(1.0f);
+    scene->render();
+    context->endScene();
+    if (frame < 2) continue;
+    size_t renderCalls = 0, renderRepeats = 0, stageCalls = 0, stageRepeats = 0;
+    std::string repeated;
+    for (const tstest::DeviceCall& call : proxy->calls()) {
+      if (call.kind == tstest::DeviceCallKind::SetRenderState) {
+        ++renderCalls;
+        DWORD& value = held.render[call.args[0]];
+        if (value == call.args[1]) {
+          ++renderRepeats;
+          repeated += " " + std::to_string(call.args[0]);
+        }
+        value = call.args[1];
+      } else if (call.kind == tstest::DeviceCallKind::SetTextureStageState) {
+        ++stageCalls;
+        DWORD& value = held.stage[{call.args[0], call.args[1]}];
+        stageRepeats += value == call.args[2];
+        value = call.args[2];
+      }
+    }
+    std::printf("device per frame: %zu SetRenderState (%zu re-set a held value; ratio %.3f), %zu "
+                "SetTextureStageState (%zu re-set; ratio %.3f), %zu draws%s%s\n",
+                renderCalls, renderRepeats, renderCalls ? static_cast<double>(renderRepeats) / renderCalls : 0.0,
+                stageCalls, stageRepeats, stageCalls ? static_cast<double>(stageRepeats) / stageCalls : 0.0,
+                proxy->count(tstest::DeviceCallKind::DrawIndexedPrimitive),
+                repeated.empty() ? "" : "; render states re-set:", repeated.c_str());
+  }
+  delete scene;
+  ts3d::Context::destroy();
+  DestroyWindow(window);
+  return 0;
+}

@@ -1,0 +1,110 @@
+#include "materials/texture_bitmap_file.h"
+
+#include <cstdio>
+
+#include "context/context.h"
+#include "gfxhelper/d3dx9tex.h"
+#include "io/trace.h"
+
+namespace ts3d {
+
+TextureBitmapFile::TextureBitmapFile(const std::string& path, int32_t creationTag)
+    : fileName(path), tag(creationTag) {}
+
+TextureBitmapFile::~TextureBitmapFile() { releaseTexture(); }
+
+void TextureBitmapFile::releaseTexture() {
+  if (deviceTexture) deviceTexture->Release();
+  deviceTexture = nullptr;
+}
+
+void TextureBitmapFile::bind(uint32_t stage) {
+  if (Context::instance) Context::instance->setTexture(stage, deviceTexture);
+}
+
+void TextureBitmapFile::createResources() {
+  if (!Context::instance) return;
+  IDirect3DDevice9* device = Context::instance->device;
+  // May run again: the texture of an earlier run is replaced, not leaked.
+  releaseTexture();
+  if (!fileData.empty()) {
+    D3DXCreateTextureFromFileInMemory(device, fileData.data(), static_cast<UINT>(fileData.size()), &deviceTexture);
+  } else if (FAILED(D3DXCreateTextureFromFileA(device, fileName.c_str(), &deviceTexture))) {
+    const std::string line = "Filename : " + fileName + "\n";
+    OutputDebugStringA(line.c_str());
+  }
+  if (deviceTexture && asNormalMap) convertToNormalMap(device);
+}
+
+void TextureBitmapFile::convertToNormalMap(IDirect3DDevice9* device) {
+  D3DSURFACE_DESC desc;
+  if (FAILED(deviceTexture->GetLevelDesc(0, &desc))) return;
+  IDirect3DTexture9* normal = nullptr;
+  if (FAILED(D3DXCreateTexture(device, desc.Width, desc.Height, 0, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &normal)))
+    return;
+  D3DXComputeNormalMap(normal, deviceTexture, nullptr, D3DX_NORMALMAP_COMPUTE_OCCLUSION, D3DX_CHANNEL_LUMINANCE, 10.0f);
+  deviceTexture->Release();
+  deviceTexture = normal;
+}
+
+bool TextureBitmapFile::embed() {
+  if (!fileData.empty()) return true;
+  std::FILE* file = std::fopen(fileName.c_str(), "rb");
+  if (!file) {
+    traceWarnIf(true, "texture \"%s\" not embeddable.", fileName.c_str());
+    return false;
+  }
+  bool read = false;
+  if (std::fseek(file, 0, SEEK_END) == 0) {
+    const long size = std::ftell(file);
+    if (size >= 0 && std::fseek(file, 0, SEEK_SET) == 0) {
+      fileData.resize(static_cast<size_t>(size));
+      read = std::fread(fileData.data(), 1, fileData.size(), file) == fileData.size();
+    }
+  }
+  std::fclose(file);
+  if (!read) {
+    // A file that can't be read whole is as good as none: keep the name, not a torso.
+    fileData.clear();
+    traceWarnIf(true, "texture \"%s\" not embeddable.", fileName.c_str());
+  }
+  return read;
+}
+
+bool TextureBitmapFile::load(tsio::InStream& in) {
+  if (in.isChunked() && in.chunkVersion() != kVersion) {
+    // Unknown layout: step over it so that the enclosing chunk reads on in step.
+    in.skip(in.chunkSize());
+    return false;
+  }
+  uint32_t flags = 0;
+  in.readUint32(&flags);
+  if (!in.isGood()) return false;
+  asNormalMap = (flags & kFlagNormalMap) != 0;
+  fileName.clear();
+  fileData.clear();
+  if (flags & kFlagEmbedded) {
+    uint32_t size = 0;
+    // Checked against the bytes left before the buffer is sized.
+    if (!in.readCount(&size, 1)) return false;
+    fileData.resize(size);
+    if (size > 0) in.readBytes(fileData.data(), size);
+  } else {
+    in.readString(fileName);
+  }
+  return in.isGood();
+}
+
+void TextureBitmapFile::store(tsio::OutStream& out) {
+  out.beginChunk(kCode, kVersion);
+  const bool embedded = !fileData.empty();
+  out.writeUint32((embedded ? kFlagEmbedded : 0u) | (asNormalMap ? kFlagNormalMap : 0u));
+  if (embedded) {
+    out.writeInt32(static_cast<int32_t>(fileData.size()));
+    out.writeBytes(fileData.data(), static_cast<uint32_t>(fileData.size()));
+  } else {
+    out.writeString(fileName);
+  }
+}
+
+}  // namespace ts3d

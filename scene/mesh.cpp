@@ -1,0 +1,153 @@
+#include "scene/mesh.h"
+
+#include "context/context.h"
+#include "geometry/geometry.h"
+#include "geometry/modifier_stack.h"
+#include "io/trace.h"
+#include "materials/material.h"
+#include "scene/render_queue.h"
+#include "scene/transformation.h"
+#include "scene/typed_read.h"
+
+namespace ts3d {
+
+MeshSimple::~MeshSimple() {
+  delete modifierStack;
+  delete meshGeometry;
+}
+
+Geometry* MeshSimple::currentGeometry() const { return modifierStack ? modifierStack->output() : meshGeometry; }
+
+const matrix* MeshSimple::worldMatrix() {
+  static const matrix identity(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+  return transformation ? transformation->matrix() : &identity;
+}
+
+void MeshSimple::update(float time) {
+  updateControllers(time);
+  if (modifierStack) modifierStack->update(time);
+  Geometry* current = currentGeometry();
+  if (!current) return;
+  const BoundingBox bounds = current->boundingBox();
+  box.halfSize = (bounds.maximum - bounds.minimum) * 0.5f;
+  const vect3 center = bounds.minimum + box.halfSize;
+  matrix toCenter;
+  D3DXMatrixTranslation(&toCenter, center.x, center.y, center.z);
+  if (transformation)
+    D3DXMatrixMultiply(&box.toWorld, &toCenter, transformation->matrix());
+  else
+    box.toWorld = toCenter;
+}
+
+void MeshSimple::createResources() {
+  // An empty stack has no outputs: the mesh's own geometry is drawn then.
+  if (modifierStack && modifierStack->createResources()) return;
+  traceBoxIf(meshGeometry == nullptr, "MeshSimple has no geometry.");
+  if (meshGeometry) meshGeometry->createResources();
+}
+
+void MeshSimple::enqueue(RenderQueue& queue) {
+  if (isHidden || excluded) return;
+  Geometry* current = currentGeometry();
+  if (!current) return;
+  const matrix* world = worldMatrix();
+  // From the camera to the mesh's origin, not to its geometry.
+  float distance = 0.0f;
+  if (const Context* context = Context::instance) {
+    const vect3 origin(world->_41, world->_42, world->_43);
+    vect3 seen;
+    D3DXVec3TransformCoord(&seen, &origin, &context->transforms.view);
+    distance = D3DXVec3Length(&seen);
+  }
+  // A composite geometry draws as a whole: its children draw themselves in order.
+  auto* item = new RenderItem;
+  item->orderClass = meshMaterial ? orderClassOf(meshMaterial->order()) : 1;
+  item->distance = distance;
+  item->material = meshMaterial;
+  item->geometry = current;
+  item->stack = modifierStack;
+  item->world = world;
+  queue.add(item);
+}
+
+void MeshSimple::draw() {
+  if (isHidden || excluded) return;
+  Context* context = Context::instance;
+  if (!context) return;
+  context->setWorldMatrix(*worldMatrix());
+  if (modifierStack) modifierStack->setupRender();
+  Geometry* current = currentGeometry();
+  if (!current) return;
+  if (!meshMaterial) {
+    context->resetMaterial();
+    current->draw();
+    return;
+  }
+  const uint32_t passes = meshMaterial->beginPasses(0);
+  for (uint32_t pass = 0; pass < passes; ++pass) {
+    meshMaterial->applyPass(pass);
+    current->draw();
+  }
+  meshMaterial->endPasses();
+}
+
+void MeshSimple::setGeometryAndGroups(Geometry* geometry, const std::vector<uint32_t>& ids) {
+  meshGeometry = geometry;
+  materialIds = ids;
+}
+
+bool MeshSimple::addModifier(Modifier* modifier) {
+  if (!meshGeometry) return false;
+  if (!modifierStack) {
+    modifierStack = new ModifierStack;
+    modifierStack->setSource(meshGeometry);
+  }
+  return modifierStack->add(modifier);
+}
+
+bool MeshSimple::load(tsio::InStream& in) {
+  if (in.isChunked() && in.chunkVersion() > kVersion) {
+    // Unknown layout: step over it so that the enclosing chunk reads on in step.
+    in.skip(in.chunkSize());
+    return false;
+  }
+  int32_t flags = 0;
+  in.readInt32(&flags);
+  if (flags & kFlagGeometry) {
+    if (Geometry* loaded = readTyped<Geometry>(in, "a mesh's geometry", "a geometry", true)) {
+      delete meshGeometry;
+      meshGeometry = loaded;
+    }
+  }
+  if (flags & kFlagStack) {
+    if (ModifierStack* loaded = readTyped<ModifierStack>(in, "a mesh's modifiers", "a modifier stack", true)) {
+      delete modifierStack;
+      modifierStack = loaded;
+      if (meshGeometry) modifierStack->setSource(meshGeometry);
+    }
+  }
+  in.readBool(&isHidden);
+  if (in.chunkVersion() == 2) in.readBool(&shadowCaster);
+  uint32_t count = 0;
+  in.readCount(&count, 4);
+  materialIds.assign(count, 0);
+  for (uint32_t& id : materialIds) in.readUint32(&id);
+  if (Material* loaded = readTyped<Material>(in, "a mesh's material", "a material", false)) meshMaterial = loaded;
+  loadTransformation(in);
+  return in.isGood();
+}
+
+void MeshSimple::store(tsio::OutStream& out) {
+  out.beginChunk(kCode, kVersion);
+  out.writeInt32((meshGeometry ? kFlagGeometry : 0) | (modifierStack ? kFlagStack : 0));
+  if (meshGeometry) out.writeObject(meshGeometry);
+  if (modifierStack) out.writeObject(modifierStack);
+  out.writeBool(isHidden);
+  out.writeBool(shadowCaster);
+  out.writeInt32(static_cast<int32_t>(materialIds.size()));
+  for (uint32_t id : materialIds) out.writeUint32(id);
+  out.writeObject(meshMaterial);
+  out.writeObject(transformation);
+}
+
+}  // namespace ts3d

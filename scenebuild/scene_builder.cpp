@@ -1,0 +1,192 @@
+#include "scenebuild/scene_builder.h"
+
+#include <cstdio>
+
+#include "io/persistence.h"
+#include "io/stream_memory.h"
+#include "scene/controller_transformation.h"
+
+namespace scenebuild {
+
+using ts3d::color;
+using ts3d::quat;
+using ts3d::vect3;
+using ts3d::controller::ControllerBase;
+
+ts3d::GeometrySimple* makeGeometry(const Shape& shape, bool textureCoordinates) {
+  auto* geometry = new ts3d::GeometrySimple;
+  geometry->positions = shape.positions;
+  geometry->normals = shape.normals;
+  if (textureCoordinates) {
+    ts3d::TextureChannel channel;
+    for (uint32_t i = 0; i < shape.vertexCount(); ++i) channel.coordinates.push_back({shape.u[i], shape.v[i]});
+    geometry->textureChannels.push_back(std::move(channel));
+  }
+  for (const ShapeFace& face : shape.faces) geometry->faces.push_back({{face.vertex[0], face.vertex[1], face.vertex[2]}});
+  return geometry;
+}
+
+SceneBuilder::SceneBuilder() : built(new ts3d::SceneHierarchy) {
+  built->root = new ts3d::HierarchyNode;
+  built->root->transformation = new ts3d::ControllerTransformation;
+}
+
+SceneBuilder::~SceneBuilder() { delete built; }
+
+ts3d::HierarchyNode* SceneBuilder::node(ts3d::HierarchyNode* parent, ControllerBase<vect3>* position,
+                                        ControllerBase<quat>* rotation, ControllerBase<vect3>* scale) {
+  auto* made = new ts3d::HierarchyNode;
+  auto* transformation = new ts3d::ControllerTransformation;
+  transformation->positionController = position;
+  transformation->rotationController = rotation;
+  transformation->scaleController = scale;
+  for (ts3d::Controller* c :
+       {static_cast<ts3d::Controller*>(position), static_cast<ts3d::Controller*>(rotation),
+        static_cast<ts3d::Controller*>(scale)})
+    if (c) transformation->addController(c);
+  made->transformation = transformation;
+  made->parent = parent;
+  parent->children.push_back(made);
+  return made;
+}
+
+ts3d::HierarchyNode* SceneBuilder::node(ts3d::HierarchyNode* parent, const vect3& position) {
+  return node(parent, constant(position));
+}
+
+void SceneBuilder::aim(ts3d::HierarchyNode* from, ts3d::HierarchyNode* target, ControllerBase<float>* roll) {
+  from->target = target;
+  delete from->rollController;
+  from->rollController = roll;
+}
+
+ts3d::TextureBitmapFile* SceneBuilder::texture(const std::vector<uint8_t>& imageFile) {
+  auto* made = new ts3d::TextureBitmapFile;
+  made->fileData = imageFile;
+  built->textures.push_back(made);
+  return made;
+}
+
+ts3d::TextureBitmapFile* SceneBuilder::textureFile(const std::string& path) {
+  auto* made = new ts3d::TextureBitmapFile(path, 0);
+  built->textures.push_back(made);
+  return made;
+}
+
+ts3d::MaterialSimple* SceneBuilder::material(const MaterialSettings& settings) {
+  auto* made = new ts3d::MaterialSimple;
+  made->setDiffuseController(settings.animatedDiffuse ? settings.animatedDiffuse : constant(settings.diffuse));
+  made->setAmbientController(constant(settings.ambient));
+  made->setSpecularController(constant(settings.specular));
+  made->setEmissiveController(constant(settings.emissive));
+  made->setPowerController(constant(settings.power));
+  made->setOpacityController(settings.opacity);
+  made->setOrder(settings.order);
+  ts3d::RenderStateBlock& states = made->renderStates();
+  states.lighting = settings.lighting;
+  states.specularEnable = settings.power > 0.0f;
+  if (settings.alphaBlend) {
+    states.setBlendPreset(2);
+    states.alphaBlendEnable = true;
+    states.depthMode = ts3d::DepthTestNoWrite;
+  }
+  built->materials.push_back(made);
+  return made;
+}
+
+ts3d::TextureStage* SceneBuilder::stage(ts3d::MaterialSimple* material, ts3d::Texture* texture,
+                                        ControllerBase<float>* offsetU) {
+  auto* made = new ts3d::TextureStage;
+  made->texture = texture;
+  made->states = ts3d::TextureStageStateBlock::modulate();
+  made->states.alphaOp = ts3d::TextureModulate;
+  made->states.alphaArg2 = ts3d::ArgCurrent;
+  if (offsetU)
+    made->setControllers(offsetU, constant(0.0f), constant(1.0f), constant(1.0f), constant(0.0f), constant(0.0f),
+                         constant(0.0f));
+  material->adoptStage(material->stageCount(), made);
+  return made;
+}
+
+ts3d::MeshSimple* SceneBuilder::mesh(ts3d::HierarchyNode* node, const Shape& shape, ts3d::Material* material,
+                                     bool textureCoordinates) {
+  auto* made = new ts3d::MeshSimple;
+  made->setGeometry(makeGeometry(shape, textureCoordinates));
+  made->setMaterial(material);
+  made->transformation = node;
+  built->meshes.push_back(made);
+  return made;
+}
+
+ts3d::CameraSimple* SceneBuilder::camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane,
+                                         float farPlane) {
+  auto* made = new ts3d::CameraSimple;
+  made->transformation = node;
+  const auto give = [&](ControllerBase<float>*& field, float value) {
+    field = constant(value);
+    made->addController(field);
+  };
+  give(made->fovController, fieldOfView);
+  give(made->nearController, nearPlane);
+  give(made->farController, farPlane);
+  give(made->clipNearController, nearPlane);
+  give(made->rangeFarController, farPlane);
+  built->cameras.push_back(made);
+  if (!built->activeCamera) built->activeCamera = made;
+  return made;
+}
+
+ts3d::LightOmni* SceneBuilder::light(ts3d::HierarchyNode* node, const color& diffuse, float range,
+                                     const color& ambient) {
+  auto* made = new ts3d::LightOmni;
+  made->transformation = node;
+  const auto give = [&](auto*& field, auto* controller) {
+    field = controller;
+    made->addController(controller);
+  };
+  give(made->diffuseController, constant(diffuse));
+  give(made->specularController, constant(diffuse));
+  give(made->ambientController, constant(ambient));
+  give(made->rangeController, constant(range));
+  give(made->attenuation0Controller, constant(1.0f));
+  give(made->attenuation1Controller, constant(0.0f));
+  give(made->attenuation2Controller, constant(0.0f));
+  built->lights.push_back(made);
+  return made;
+}
+
+ts3d::SceneHierarchy* SceneBuilder::release() {
+  ts3d::SceneHierarchy* taken = built;
+  built = nullptr;
+  return taken;
+}
+
+std::vector<uint8_t> SceneBuilder::bytes(int mode) {
+  tsio::OutStreamMemory memory;
+  tsio::OutStream* out = tsio::openOutStream(&memory, false, mode);
+  if (!out) return {};
+  out->writeObject(built);
+  delete out;  // a compressed stream reaches memory only here
+  return memory.bytes();
+}
+
+bool SceneBuilder::write(const std::string& path, int mode, std::string* error) {
+  const std::vector<uint8_t> file = bytes(mode);
+  const std::string temporary = path + ".part";
+  FILE* out = std::fopen(temporary.c_str(), "wb");
+  if (!out) {
+    *error = "cannot create \"" + temporary + "\"";
+    return false;
+  }
+  const bool written = std::fwrite(file.data(), 1, file.size(), out) == file.size();
+  const bool closed = std::fclose(out) == 0;
+  if (file.empty() || !written || !closed ||
+      !MoveFileExA(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    std::remove(temporary.c_str());
+    *error = "cannot write \"" + path + "\"";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace scenebuild

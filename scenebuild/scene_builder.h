@@ -1,0 +1,109 @@
+#pragma once
+
+// Scenes assembled in code from the engine's own classes, for tests, demos and benchmarks,
+// and written as .ts2 files through the persistence streams. Windows build: the classes
+// hold device objects.
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "geometry/geometry_simple.h"
+#include "materials/material_simple.h"
+#include "materials/texture_bitmap_file.h"
+#include "materials/texture_stage.h"
+#include "scene/camera.h"
+#include "scene/controller/const.h"
+#include "scene/controller/linear.h"
+#include "scene/hierarchy_node.h"
+#include "scene/light.h"
+#include "scene/mesh.h"
+#include "scene/scene_hierarchy.h"
+#include "scenebuild/shapes.h"
+
+namespace scenebuild {
+
+template <class T>
+ts3d::controller::ControllerBase<T>* constant(const T& value) {
+  return new ts3d::controller::Const<T>(value);
+}
+
+// Keys as (time, value) pairs, in time order.
+template <class T>
+ts3d::controller::ControllerBase<T>* keyed(std::initializer_list<std::pair<float, T>> keys) {
+  auto* track = new ts3d::controller::Linear<T>;
+  for (const auto& key : keys) track->addKey(ts3d::controller::LinearKey<T>(key.first, key.second));
+  return track;
+}
+
+// The shape as a static triangle list with normals and, when asked, one texture channel.
+ts3d::GeometrySimple* makeGeometry(const Shape& shape, bool textureCoordinates = true);
+
+// What a material is made of; the defaults give a lit, opaque, white material.
+struct MaterialSettings {
+  ts3d::color diffuse{1, 1, 1, 1};
+  ts3d::color ambient{0.2f, 0.2f, 0.2f, 1};
+  ts3d::color specular{0, 0, 0, 1};
+  ts3d::color emissive{0, 0, 0, 0};
+  float power = 0.0f;
+  int32_t order = 1;  // 3 draws back to front, after the opaque ones
+  bool lighting = true;
+  bool alphaBlend = false;  // source alpha over what is drawn
+  ts3d::controller::ControllerBase<ts3d::color>* animatedDiffuse = nullptr;  // taken over
+  ts3d::controller::ControllerBase<float>* opacity = nullptr;                // taken over
+};
+
+// Builds one SceneHierarchy. Every object made here belongs to the scene; the builder
+// deletes the scene unless release took it.
+class SceneBuilder {
+ public:
+  SceneBuilder();
+  ~SceneBuilder();
+  SceneBuilder(const SceneBuilder&) = delete;
+  SceneBuilder& operator=(const SceneBuilder&) = delete;
+
+  ts3d::HierarchyNode* root() { return built->root; }
+  // A node under parent, moved by the controllers given (taken over); null ones stand for
+  // the origin, no rotation and unit scale.
+  ts3d::HierarchyNode* node(ts3d::HierarchyNode* parent, ts3d::controller::ControllerBase<ts3d::vect3>* position,
+                            ts3d::controller::ControllerBase<ts3d::quat>* rotation = nullptr,
+                            ts3d::controller::ControllerBase<ts3d::vect3>* scale = nullptr);
+  ts3d::HierarchyNode* node(ts3d::HierarchyNode* parent, const ts3d::vect3& position);
+  // The node turns to face target; roll (taken over) turns it about that axis.
+  void aim(ts3d::HierarchyNode* from, ts3d::HierarchyNode* target,
+           ts3d::controller::ControllerBase<float>* roll = nullptr);
+
+  // A texture holding a copy of an image file's bytes, so that the scene file carries it.
+  ts3d::TextureBitmapFile* texture(const std::vector<uint8_t>& imageFile);
+  // A texture that names a file, read when the device exists.
+  ts3d::TextureBitmapFile* textureFile(const std::string& path);
+  ts3d::MaterialSimple* material(const MaterialSettings& settings);
+  // Appends a stage that modulates the texture with the lit colour; offsetU (taken over, may
+  // be null) slides the texture along u.
+  ts3d::TextureStage* stage(ts3d::MaterialSimple* material, ts3d::Texture* texture,
+                            ts3d::controller::ControllerBase<float>* offsetU = nullptr);
+  ts3d::MeshSimple* mesh(ts3d::HierarchyNode* node, const Shape& shape, ts3d::Material* material,
+                         bool textureCoordinates = true);
+  // The first camera made becomes the active one. Vertical field of view in radians.
+  ts3d::CameraSimple* camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane = 0.5f,
+                             float farPlane = 1000.0f);
+  ts3d::LightOmni* light(ts3d::HierarchyNode* node, const ts3d::color& diffuse, float range,
+                         const ts3d::color& ambient = ts3d::color(0, 0, 0, 0));
+
+  ts3d::SceneHierarchy* scene() { return built; }
+  // Hands the scene over; the builder holds nothing afterwards.
+  ts3d::SceneHierarchy* release();
+
+  // The scene as a persistence file in memory: mode 0 plain, 1 compressed.
+  std::vector<uint8_t> bytes(int mode);
+  // Writes it to path through a temporary file, so that a failed write leaves no half file.
+  // On failure error names the file and the reason.
+  bool write(const std::string& path, int mode, std::string* error);
+
+ private:
+  ts3d::SceneHierarchy* built;
+};
+
+}  // namespace scenebuild

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "scene/hierarchy_node.h"
+#include "scene/scene_hierarchy.h"
+#include "tests/scene/heap_count.h"
+#include "tests/scene/scene_support.h"
+#include "tests/scene/support.h"
+
+// Scene files that try to break the reader: each gives null, one message and no leak.
+namespace {
+
+using ts3d::SceneHierarchy;
+using tstest::Bytes;
+using tstest::FileBuilder;
+
+struct Outcome {
+  bool loaded = false;
+  std::vector<std::string> boxes;
+  long leaked = 0;
+};
+
+Outcome read(const Bytes& file) {
+  Outcome outcome;
+  {
+    tstest::RecordingTracer tracer;
+    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
+    outcome.loaded = root != nullptr;
+    outcome.boxes = tracer.texts('b');
+  }
+  // Measured on a read of its own: the messages kept above are heap blocks too.
+  const long before = tstest::liveHeapBlocks();
+  {
+    tstest::RecordingTracer tracer;
+    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
+  }
+  outcome.leaked = tstest::liveHeapBlocks() - before;
+  return outcome;
+}
+
+void expectRefused(const Bytes& file, const std::string& reason) {
+  const Outcome outcome = read(file);
+  EXPECT_FALSE(outcome.loaded);
+  ASSERT_EQ(outcome.boxes.size(), 1u);
+  EXPECT_NE(outcome.boxes[0].find(reason), std::string::npos) << outcome.boxes[0];
+  EXPECT_EQ(outcome.leaked, 0);
+}
+
+// A node of no target and no transformation.
+FileBuilder& node(FileBuilder& file, uint16_t id) { return file.header("HINO", id, 8).u32(0).u32(0); }
+
+class SceneHostileTest : public tstest::SceneTest {
+ protected:
+  void SetUp() override {
+    tstest::SceneTest::SetUp();
+    // Once whole, so that lasting first-use allocations don't count.
+    read(tstest::storeToBytes(std::unique_ptr<SceneHierarchy>(tstest::sampleScene()).get(), 0));
+  }
+};
+
+TEST_F(SceneHostileTest, CountsBeyondTheBytesLeftAreRefusedBeforeAnythingIsSized) {
+  FileBuilder list;
+  tstest::headerV(list, "SCHE", 2, 0, 48).u32(0x7FFFFFFF);
+  for (int i = 0; i < 11; ++i) list.u32(0);
+  expectRefused(list.bytes, "a count of 2147483647 items of 4 bytes or more, with 44 bytes left in chunk SCHE (id 0)");
+
+  FileBuilder children;
+  tstest::headerV(children, "SCHE", 2, 0, 68).u32(0).u32(0);
+  node(children, 1).u32(0x10000000);
+  for (int i = 0; i < 9; ++i) children.u32(0);
+  expectRefused(children.bytes,
+                "a count of 268435456 items of 4 bytes or more, with 36 bytes left in chunk SCHE (id 0)");
+}
+
+TEST_F(SceneHostileTest, MembersOfTheWrongClassAreRefusedByName) {
+  // A camera in the mesh list.
+  FileBuilder meshes;
+  tstest::headerV(meshes, "SCHE", 2, 0, 84).u32(0).u32(0).u32(0).u32(1);
+  meshes.header("cASM", 1, 24);
+  for (int i = 0; i < 6; ++i) meshes.u32(0);
+  for (int i = 0; i < 8; ++i) meshes.u32(0);
+  expectRefused(meshes.bytes, "the mesh list holds a cASM where a mesh belongs in chunk SCHE (id 0)");
+
+  // A light where the tree's root belongs.
+  FileBuilder tree;
+  tstest::headerV(tree, "SCHE", 2, 0, 100).u32(0).u32(0);
+  tree.header("LTOM", 1, 40);
+  for (int i = 0; i < 10; ++i) tree.u32(0);
+  for (int i = 0; i < 10; ++i) tree.u32(0);
+  expectRefused(tree.bytes, "the tree holds a LTOM where a node belongs in chunk SCHE (id 0)");
+
+  // The scene itself named as a material.
+  FileBuilder self;
+  tstest::headerV(self, "SCHE", 2, 0, 52).u32(0).u32(1).u32(0x80000000u);
+  for (int i = 0; i < 10; ++i) self.u32(0);
+  expectRefused(self.bytes, "the material list holds the object with id 0 where a material belongs");
+}
+
+// A chain of nodes, each the only child of the one before.
+Bytes chainOfNodes(int levels) {
+  FileBuilder file;
+  tstest::headerV(file, "SCHE", 2, 0, static_cast<uint32_t>(8 + levels * 24 + 36)).u32(0).u32(0);
+  for (int level = 0; level < levels; ++level) node(file, static_cast<uint16_t>(level + 1)).u32(level + 1 < levels);
+  for (int i = 0; i < 9; ++i) file.u32(0);
+  return file.bytes;
+}
+
+TEST_F(SceneHostileTest, TreesDeeperThanTheCapAreRefused) {
+  const Outcome deepest = read(chainOfNodes(static_cast<int>(SceneHierarchy::kMaxTreeDepth)));
+  EXPECT_TRUE(deepest.loaded);
+  EXPECT_TRUE(deepest.boxes.empty());
+  EXPECT_EQ(deepest.leaked, 0);
+  expectRefused(chainOfNodes(static_cast<int>(SceneHierarchy::kMaxTreeDepth) + 1),
+                "the tree of nodes is deeper than 256 levels in chunk SCHE (id 0)");
+  expectRefused(chainOfNodes(5000), "the tree of nodes is deeper than 256 levels");
+}
+
+TEST_F(SceneHostileTest, ANodeTwiceInTheTreeOrACameraOutsideTheListIsRefused) {
+  FileBuilder twice;
+  tstest::headerV(twice, "SCHE", 2, 0, 100).u32(0).u32(0);
+  node(twice, 1).u32(2);
+  node(twice, 2).u32(0);
+  twice.u32(0x80000002u).u32(0);
+  for (int i = 0; i < 9; ++i) twice.u32(0);
+  expectRefused(twice.bytes, "object HINO (id 2) has two owners");
+
+  // The active camera in full, in no list.
+  FileBuilder camera;
+  tstest::headerV(camera, "SCHE", 2, 0, 80).u32(0).u32(0).u32(0).u32(0).u32(0);
+  camera.header("cASM", 1, 24);
+  for (int i = 0; i < 6; ++i) camera.u32(0);
+  for (int i = 0; i < 6; ++i) camera.u32(0);
+  expectRefused(camera.bytes, "object cASM (id 1) has no owner");
+
+  // A target that the tree never holds.
+  FileBuilder target;
+  tstest::headerV(target, "SCHE", 2, 0, 92).u32(0).u32(0);
+  target.header("HINO", 1, 32).u32(1);
+  node(target, 2).u32(0).u32(0);
+  target.u32(0);
+  for (int i = 0; i < 9; ++i) target.u32(0);
+  expectRefused(target.bytes, "object HINO (id 2) has no owner");
+}
+
+TEST_F(SceneHostileTest, EveryTruncationOfAWholeSceneIsRefusedAndFreesAll) {
+  const Bytes file = tstest::storeToBytes(std::unique_ptr<SceneHierarchy>(tstest::sampleScene()).get(), 0);
+  const Outcome whole = read(file);
+  ASSERT_TRUE(whole.loaded);
+  EXPECT_EQ(whole.leaked, 0) << "an intact read, deleted, frees all too";
+  for (size_t length = 4; length < file.size(); ++length) {
+    const Outcome cut = read(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)));
+    EXPECT_FALSE(cut.loaded) << "cut at " << length;
+    EXPECT_EQ(cut.boxes.size(), 1u) << "cut at " << length;
+    EXPECT_EQ(cut.leaked, 0) << "cut at " << length;
+  }
+}
+
+}  // namespace

@@ -38,6 +38,18 @@ class ContextTest : public ::testing::Test {
     return proxy;
   }
 
+  // Clip space is world space: identity world, view and projection, in the transform cache
+  // and on the device.
+  void useIdentityTransforms() {
+    ts3d::matrix identity;
+    D3DXMatrixIdentity(&identity);
+    context->setWorldMatrix(identity);
+    context->transforms.setView(identity);
+    context->device->SetTransform(D3DTS_VIEW, &identity);
+    context->transforms.setProjection(identity);
+    context->device->SetTransform(D3DTS_PROJECTION, &identity);
+  }
+
   // The current target's pixels, read back from the real device.
   std::vector<uint32_t> readTarget(IDirect3DSurface9* surface) {
     std::vector<uint32_t> pixels;

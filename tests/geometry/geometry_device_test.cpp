@@ -28,13 +28,7 @@ class GeometryDeviceTest : public tstest::ContextTest {
   // Clip space is world space: identity world, view and projection, no culling, stage 0
   // passing the vertex colour, the target cleared to blue.
   void setUpIdentityCamera() {
-    ts3d::matrix identity;
-    D3DXMatrixIdentity(&identity);
-    context->setWorldMatrix(identity);
-    context->transforms.setView(identity);
-    context->device->SetTransform(D3DTS_VIEW, &identity);
-    context->transforms.setProjection(identity);
-    context->device->SetTransform(D3DTS_PROJECTION, &identity);
+    useIdentityTransforms();
     ts3d::RenderStateBlock noCulling(ts3d::RenderStateBlock::RasteriserGroup);
     noCulling.cullMode = ts3d::CullNone;
     context->applyRenderState(noCulling);

@@ -88,13 +88,7 @@ class MaterialDeviceTest : public tstest::ContextTest {
 
   // Clip space is world space; the target cleared to grey.
   void setUpIdentityCamera() {
-    ts3d::matrix identity;
-    D3DXMatrixIdentity(&identity);
-    context->setWorldMatrix(identity);
-    context->transforms.setView(identity);
-    context->device->SetTransform(D3DTS_VIEW, &identity);
-    context->transforms.setProjection(identity);
-    context->device->SetTransform(D3DTS_PROJECTION, &identity);
+    useIdentityTransforms();
     context->setClearColor(color(0.5f, 0.5f, 0.5f, 1.0f));
   }
 

@@ -1,5 +1,6 @@
 #include "driver/driver_kmt.h"
 
+#include "driver/data_item.h"
 #include "driver/data_kind.h"
 #include "driver/effect_factory.h"
 
@@ -17,10 +18,18 @@ TimelineItem* DriverKMT::createEffect(const std::string& typeName) { return crea
 
 DataItem* DriverKMT::loadData(const std::string& path) {
   switch (dataKindOf(path)) {
-    case DataKind::Scene:
-    case DataKind::Texture:
-      // Scene and texture items join with the scene engine; until then nothing loads.
+    case DataKind::Scene: {
+      auto* scene = new DataScene();
+      if (scene->load(path)) return scene;
+      delete scene;
       return nullptr;
+    }
+    case DataKind::Texture: {
+      auto* texture = new DataTexture(path);
+      if (texture->payload) return texture;
+      delete texture;
+      return nullptr;
+    }
     case DataKind::None:
       break;
   }

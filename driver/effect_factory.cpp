@@ -1,12 +1,26 @@
 #include "driver/effect_factory.h"
 
 #include "driver/host/effect_descriptor.h"
+#include "effects/fx_simple_bmp.h"
+#include "effects/fx_simple_color.h"
+#include "effects/fx_simple_scene.h"
 #include "effects/timeline_item.h"
 
 namespace {
 
 using MakeFromDescriptor = TimelineItem* (*)(const EffectDescriptor&, const std::string&, ControllerFactory*);
 using MakeEmpty = TimelineItem* (*)();
+
+template <class Effect>
+TimelineItem* makeFromDescriptor(const EffectDescriptor& descriptor, const std::string& instanceName,
+                                 ControllerFactory* factory) {
+  return new Effect(descriptor, instanceName, factory);
+}
+
+template <class Effect>
+TimelineItem* makeEmpty() {
+  return new Effect();
+}
 
 struct EffectType {
   const char* name;
@@ -15,8 +29,10 @@ struct EffectType {
 };
 
 const EffectType kEffectTypes[kEffectTypeCount] = {
-    {"fx_simple_bmp", nullptr, nullptr},   {"fx_simple_scene", nullptr, nullptr},
-    {"fx_simple_color", nullptr, nullptr}, {"fx_blur_radial", nullptr, nullptr},
+    {"fx_simple_bmp", makeFromDescriptor<FxSimpleBmp>, makeEmpty<FxSimpleBmp>},
+    {"fx_simple_scene", makeFromDescriptor<FxSimpleScene>, makeEmpty<FxSimpleScene>},
+    {"fx_simple_color", makeFromDescriptor<FxSimpleColor>, makeEmpty<FxSimpleColor>},
+    {"fx_blur_radial", nullptr, nullptr},
     {"fx_trans_white", nullptr, nullptr},  {"fx_trans_blend", nullptr, nullptr},
     {"fx_trans_direct", nullptr, nullptr}, {"fx_render_bw", nullptr, nullptr},
     {"fx_render_rgb", nullptr, nullptr},   {"fx_sr_gaussian", nullptr, nullptr},

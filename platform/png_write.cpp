@@ -8,8 +8,8 @@
 
 namespace platform {
 
-bool writePng(const std::string& path, int width, int height, const void* pixels, int pitch) {
-  if (width <= 0 || height <= 0) return false;
+std::vector<uint8_t> encodePng(int width, int height, const void* pixels, int pitch) {
+  if (width <= 0 || height <= 0) return {};
   std::vector<unsigned char> rgb(static_cast<size_t>(width) * height * 3);
   for (int y = 0; y < height; ++y) {
     const auto* row = static_cast<const unsigned char*>(pixels) + static_cast<size_t>(y) * pitch;
@@ -20,9 +20,25 @@ bool writePng(const std::string& path, int width, int height, const void* pixels
       out[3 * x + 2] = row[4 * x + 0];
     }
   }
+  std::vector<uint8_t> file;
+  stbi_write_png_to_func(
+      [](void* context, void* data, int size) {
+        auto* bytes = static_cast<std::vector<uint8_t>*>(context);
+        bytes->insert(bytes->end(), static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+      },
+      &file, width, height, 3, rgb.data(), width * 3);
+  return file;
+}
+
+bool writePng(const std::string& path, int width, int height, const void* pixels, int pitch) {
+  const std::vector<uint8_t> file = encodePng(width, height, pixels, pitch);
+  if (file.empty()) return false;
   // Written beside the target and renamed, so a failed write never leaves half a file.
   const std::string partial = path + ".partial";
-  if (!stbi_write_png(partial.c_str(), width, height, 3, rgb.data(), width * 3)) {
+  FILE* out = std::fopen(partial.c_str(), "wb");
+  if (!out) return false;
+  const bool written = std::fwrite(file.data(), 1, file.size(), out) == file.size();
+  if (std::fclose(out) != 0 || !written) {
     std::remove(partial.c_str());
     return false;
   }

@@ -13,4 +13,5 @@ struct Frame {
 };
 
 bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame);
+// The frame as a PNG file at `path`, which appears whole or not at all.
 bool saveFrame(const Frame& frame, const std::string& path);

@@ -1,55 +1,58 @@
 // tsplay: the reference host. It loads the driver module the way the host does
 // and drives it through the driver object alone.
-#include <windows.h>
-
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
-#include "context/context.h"
 #include "driver/driver_kmt.h"
 #include "driver/host/effect_descriptor.h"
-#include "effects/render_window.h"
 #include "effects/timeline_item.h"
 #include "player/driver_module.h"
-#include "player/frame_capture.h"
+#include "player/host/effect_library.h"
 #include "player/host/host_controllers.h"
-#include "player/progress.h"
+#include "player/host/project_file.h"
+#include "player/playback.h"
 
 namespace {
 
-const char* const kEffectNames[] = {"fx_simple_color", "fx_simple_bmp",   "fx_simple_scene", "fx_blur_radial",
-                                    "fx_trans_white",  "fx_trans_blend",  "fx_trans_direct", "fx_render_bw",
-                                    "fx_render_rgb",   "fx_sr_gaussian",  "fx_sr_channels"};
-
 struct Options {
   std::string module = "tsDriver.dll";
+  std::string project;  // empty: none
   bool info = false;
-  std::string offlineDir;  // empty: live
+  std::string offlineDir;
+  std::string contactSheet;
   bool live = false;
-  double from = 0.0, to = 0.0, fps = 25.0, seconds = 2.0;
+  double from = 0.0, to = 0.0, fps = 25.0;
+  double seconds = -1.0;  // below 0: to the project's end
   unsigned int width = 640, height = 480;
 };
 
 int usage(FILE* out) {
   std::fprintf(out,
-               "usage: tsplay [options]\n"
-               "Loads the driver module the way the host does and prints its description and\n"
-               "version first, whatever the mode.\n"
+               "usage: tsplay [options] [PROJECT]\n"
+               "Loads the driver module the way the host does, prints its description and\n"
+               "version, reads the effect library at the path the driver names and plays\n"
+               "PROJECT, an XML project file, in the modes asked for.\n"
                "  --module PATH      the driver module (default tsDriver.dll beside tsplay)\n"
-               "  --info             print the file filter, the effect library path and which\n"
-               "                     effects the driver makes\n"
-               "  --offline DIR      render frames offline into DIR/frame_NNNNN.png, with a\n"
-               "                     progress bar; frame times run --from to --to at --fps\n"
+               "  --info             print the file filter, the effect library path and each\n"
+               "                     library effect with its parameters and whether the\n"
+               "                     driver makes it\n"
+               "  --offline DIR      offline mode: render frames into DIR/frame_NNNNN.png, with\n"
+               "                     a progress bar; frame times run --from to --to at --fps\n"
                "  --from SECONDS     first frame time (default 0)\n"
-               "  --to SECONDS       last frame time (default 0: one frame)\n"
+               "  --to SECONDS       last offline frame time (default 0: one frame)\n"
                "  --fps N            frames per second offline (default 25)\n"
-               "  --live             show frames in a window in real time until it is closed,\n"
-               "                     Escape is pressed, or --seconds have passed\n"
-               "  --seconds N        how long --live plays (default 2)\n"
+               "  --contact-sheet F  offline, also write F: one PNG of twelve frames spread\n"
+               "                     over the run, in a grid\n"
+               "  --live             live mode: play in a window in real time from --from until\n"
+               "                     the window is closed, Escape is pressed, or --seconds\n"
+               "                     have passed\n"
+               "  --seconds N        how long --live plays (default: to the project's end, or\n"
+               "                     2 without a project)\n"
                "  --size WxH         window and back buffer size (default 640x480)\n"
-               "Without a project the frames are the driver's idle frame.\n");
+               "Without a project the frames are the driver's idle frame. A project that\n"
+               "cannot be played stops tsplay with one message, FILE:LINE: problem, exit\n"
+               "code 1, and no frame written.\n");
   return out == stdout ? 0 : 2;
 }
 
@@ -79,6 +82,8 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       options.module = text;
     } else if (arg == "--offline" && value(text)) {
       options.offlineDir = text;
+    } else if (arg == "--contact-sheet" && value(text)) {
+      options.contactSheet = text;
     } else if ((arg == "--from" || arg == "--to" || arg == "--fps" || arg == "--seconds") && value(text)) {
       double number;
       if (!parseNumber(text, number)) {
@@ -98,6 +103,8 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       }
       options.width = w;
       options.height = h;
+    } else if (arg.compare(0, 2, "--") != 0 && options.project.empty()) {
+      options.project = arg;
     } else {
       std::fprintf(stderr, "tsplay: unknown or incomplete argument '%s'\n", arg.c_str());
       exitCode = usage(stderr);
@@ -112,106 +119,30 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
   return true;
 }
 
-void printInfo(DriverKMT* driver) {
+void printInfo(DriverKMT* driver, const EffectLibrary& library) {
   std::printf("file filter: %s\n", driver->fileFilter().c_str());
   std::printf("effect library: %s\n", driver->libraryPath().c_str());
   HostControllerFactory factory;
   driver->setControllerFactory(&factory);
   int made = 0;
-  for (const char* name : kEffectNames) {
-    EffectDescriptor descriptor;
-    descriptor.name = name;
-    TimelineItem* effect = driver->createEffect(descriptor, name);
-    std::printf("effect %-16s %s\n", name, effect ? "made" : "not available in this build");
+  for (const EffectDescriptor& descriptor : library.effects()) {
+    TimelineItem* effect = driver->createEffect(descriptor, descriptor.name);
+    std::printf("effect %-16s %s\n", descriptor.name.c_str(), effect ? "made" : "not available in this build");
+    for (const ParamDescriptor& param : descriptor.params)
+      std::printf("  %-10s %-16s %s\n", param.name.c_str(), paramKindName(param.kind),
+                  param.initialValue.empty() ? "(none)" : param.initialValue.c_str());
     if (effect) {
       ++made;
       effect->destroy();
     }
   }
-  std::printf("%d of %d effects made\n", made, static_cast<int>(sizeof kEffectNames / sizeof *kEffectNames));
+  std::printf("%d of %d effects made\n", made, static_cast<int>(library.effects().size()));
   driver->setControllerFactory(nullptr);
 }
 
-LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (message == WM_CLOSE || (message == WM_KEYDOWN && wParam == VK_ESCAPE)) {
-    PostQuitMessage(0);
-    return 0;
-  }
-  return DefWindowProcA(window, message, wParam, lParam);
-}
-
-HWND createWindow(unsigned int width, unsigned int height, bool visible) {
-  WNDCLASSA windowClass = {};
-  windowClass.lpfnWndProc = windowProc;
-  windowClass.hInstance = GetModuleHandleA(nullptr);
-  windowClass.hCursor = LoadCursor(nullptr, IDC_ARROW);
-  windowClass.lpszClassName = "tsplay";
-  RegisterClassA(&windowClass);
-  RECT rect = {0, 0, static_cast<LONG>(width), static_cast<LONG>(height)};
-  AdjustWindowRect(&rect, WS_OVERLAPPEDWINDOW, FALSE);
-  HWND window = CreateWindowA("tsplay", "tsplay", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
-                              rect.right - rect.left, rect.bottom - rect.top, nullptr, nullptr,
-                              windowClass.hInstance, nullptr);
-  if (window && visible) ShowWindow(window, SW_SHOW);
-  return window;
-}
-
-std::string framePath(const std::string& dir, long index) {
-  char name[32];
-  std::snprintf(name, sizeof name, "frame_%05ld.png", index);
-  return dir + "\\" + name;
-}
-
-int renderOffline(DriverKMT* driver, const Options& options) {
-  if (!CreateDirectoryA(options.offlineDir.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
-    std::fprintf(stderr, "tsplay: cannot create the output folder '%s'\n", options.offlineDir.c_str());
-    return 1;
-  }
-  HWND window = createWindow(options.width, options.height, false);
-  RenderWindow* renderWindow = driver->renderWindow();
-  renderWindow->open(window, nullptr, options.width, options.height, 32, true, 0);
-  const long count = static_cast<long>((options.to - options.from) * options.fps + 1e-6) + 1;
-  Progress progress(stderr, "frames", count);
-  int status = 0;
-  Frame frame;
-  for (long i = 0; i < count; ++i) {
-    renderWindow->drawIdleFrame();
-    const std::string path = framePath(options.offlineDir, i);
-    if (!captureBackBuffer(renderWindow->context->device, frame) || !saveFrame(frame, path)) {
-      std::fprintf(stderr, "\ntsplay: cannot write the frame '%s'\n", path.c_str());
-      status = 1;
-      break;
-    }
-    renderWindow->present();
-    progress.show(i + 1);
-  }
-  if (status == 0) progress.finish();
-  renderWindow->close();
-  DestroyWindow(window);
-  if (status == 0) std::printf("%ld frames written to %s\n", count, options.offlineDir.c_str());
-  return status;
-}
-
-int playLive(DriverKMT* driver, const Options& options) {
-  HWND window = createWindow(options.width, options.height, true);
-  RenderWindow* renderWindow = driver->renderWindow();
-  renderWindow->open(window, nullptr, options.width, options.height, 32, true, 0);
-  const DWORD start = GetTickCount();
-  MSG message;
-  bool running = true;
-  while (running && GetTickCount() - start < static_cast<DWORD>(options.seconds * 1000.0)) {
-    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
-      if (message.message == WM_QUIT) running = false;
-      TranslateMessage(&message);
-      DispatchMessageA(&message);
-    }
-    renderWindow->drawIdleFrame();
-    renderWindow->present();
-    Sleep(10);
-  }
-  renderWindow->close();
-  DestroyWindow(window);
-  return 0;
+int fail(const LoadError& error) {
+  std::fprintf(stderr, "tsplay: %s\n", error.message().c_str());
+  return 1;
 }
 
 }  // namespace
@@ -222,20 +153,35 @@ int main(int argc, char** argv) {
   if (!parse(argc, argv, options, exitCode)) return exitCode;
 
   DriverModule module;
-  std::string error;
-  if (!module.load(options.module, error)) {
-    std::fprintf(stderr, "tsplay: %s\n", error.c_str());
+  std::string message;
+  if (!module.load(options.module, message)) {
+    std::fprintf(stderr, "tsplay: %s\n", message.c_str());
     return 1;
   }
   DriverKMT* driver = module.driver();
   std::printf("%s, version %d\n", driver->description(), driver->version());
   std::fflush(stdout);
 
-  if (options.info) printInfo(driver);
+  // The library lies where the driver says, relative to our working folder.
+  EffectLibrary library;
+  ProjectFile project;
+  LoadError error;
+  if (!library.load(driver->libraryPath(), error)) return fail(error);
+  if (!options.project.empty() && !project.load(options.project, library, error)) return fail(error);
+  if (options.info) printInfo(driver, library);
+
   if (!options.offlineDir.empty()) {
-    const int status = renderOffline(driver, options);
+    Stage stage(*driver, options.width, options.height, false);
+    if (!stage.build(project, library, error)) return fail(error);
+    const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps, options.contactSheet});
     if (status != 0) return status;
   }
-  if (options.live) return playLive(driver, options);
+  if (options.live) {
+    Stage stage(*driver, options.width, options.height, true);
+    if (!stage.build(project, library, error)) return fail(error);
+    double seconds = options.seconds;
+    if (seconds < 0.0) seconds = options.project.empty() ? 2.0 : stage.project().endTime() - options.from;
+    return playLive(stage, options.from, seconds);
+  }
   return 0;
 }

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class ItemVisitor;
+
+namespace ts3d {
+class SceneHierarchy;
+class TextureBitmapFile;
+}  // namespace ts3d
+
+// A file the user added to a project, as the host lists it and hands it to effects.
+// The order of the virtual operations is the host's interface.
+class DataItem {
+ public:
+  explicit DataItem(const char* kindName) : typeName_(kindName) {}
+  DataItem(const DataItem&) = delete;
+  DataItem& operator=(const DataItem&) = delete;
+
+  virtual void accept(ItemVisitor* visitor);
+  virtual ~DataItem() = default;
+  virtual std::string& name() { return name_; }
+  virtual std::string& path() { return path_; }
+  virtual void setName(const std::string& value) { name_ = value; }
+  virtual std::string& description() { return description_; }
+  virtual int32_t kind() = 0;
+  virtual bool reload() = 0;
+  virtual std::string& typeName() { return typeName_; }
+
+ protected:
+  std::string name_;
+  std::string path_;
+  std::string description_;
+  std::string typeName_;
+};
+
+// The file part of a path: what follows the last backslash, or the whole path.
+std::string filePartOf(const std::string& path);
+
+// An image file as a texture. Making one needs a Context: the texture is created at once.
+class DataTexture : public DataItem {
+ public:
+  // A file that can't be read still gives an item, with a texture that has no device texture.
+  explicit DataTexture(const std::string& path);
+  // Takes over a texture that came out of an animation file; the strings stay empty.
+  explicit DataTexture(ts3d::TextureBitmapFile* texture);
+  ~DataTexture() override;
+
+  int32_t kind() override { return 1; }
+  bool reload() override;
+
+  ts3d::TextureBitmapFile* payload = nullptr;
+};
+
+// A .ts2 scene file, with its device resources made.
+class DataScene : public DataItem {
+ public:
+  DataScene();
+  // Takes over a scene that came out of an animation file; the strings stay empty.
+  explicit DataScene(ts3d::SceneHierarchy* scene);
+  ~DataScene() override;
+
+  int32_t kind() override { return 2; }
+  bool reload() override;
+  // Reads the scene at path; on failure the item keeps its empty strings and null payload.
+  virtual bool load(const std::string& path);
+
+  ts3d::SceneHierarchy* payload = nullptr;
+};

@@ -1,0 +1,267 @@
+// Writes the project that ./run plays when it is given none: an animated scene (a camera
+// moving through lit, textured meshes on a turning carousel, a light circling them), a
+// bitmap fading in and out over it, and colour fades at both ends. Everything is made here
+// in code: the scene through the scene builder, the images pixel by pixel.
+//
+// usage: make_default_project FOLDER   (writes default.ts2, title.png, default.xml, and
+// scene_only.xml, the scene layer alone, which ./bench plays beside the whole project)
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/png_write.h"
+#include "scene/register.h"
+#include "scenebuild/scene_builder.h"
+
+namespace {
+
+using scenebuild::constant;
+using scenebuild::keyed;
+using scenebuild::MaterialSettings;
+using ts3d::color;
+using ts3d::quat;
+using ts3d::vect3;
+
+constexpr float kPi = 3.14159265f;
+constexpr float kSeconds = 12.0f;  // the length of the project
+
+// An image of size x size pixels from a colour function of (x, y) in 0..1.
+template <class Colour>
+std::vector<uint8_t> pngOf(int width, int height, Colour colourAt) {
+  std::vector<uint32_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height));
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x)
+      pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] =
+          colourAt((static_cast<float>(x) + 0.5f) / static_cast<float>(width),
+                   (static_cast<float>(y) + 0.5f) / static_cast<float>(height));
+  return platform::encodePng(width, height, pixels.data(), width * 4);
+}
+
+uint32_t rgb(float r, float g, float b) {
+  const auto byte = [](float v) { return static_cast<uint32_t>(std::fmin(std::fmax(v, 0.0f), 1.0f) * 255.0f + 0.5f); };
+  return 0xff000000u | (byte(r) << 16) | (byte(g) << 8) | byte(b);
+}
+
+// A turn about z through `turns` whole turns over the project, in quarter-turn keys so that
+// the shorter-arc interpolation goes the intended way.
+ts3d::controller::ControllerBase<quat>* spin(float turns, float phase = 0.0f) {
+  auto* track = new ts3d::controller::Linear<quat>;
+  const int keys = static_cast<int>(std::ceil(std::fabs(turns) * 4.0f)) + 1;
+  for (int k = 0; k < keys; ++k) {
+    const float share = static_cast<float>(k) / static_cast<float>(keys - 1);
+    quat q;
+    const vect3 up(0, 0, 1);
+    D3DXQuaternionRotationAxis(&q, &up, phase + share * turns * 2.0f * kPi);
+    track->addKey(ts3d::controller::LinearKey<quat>(share * kSeconds, q));
+  }
+  return track;
+}
+
+// A circle of radius r at height z, `turns` times round over the project.
+ts3d::controller::ControllerBase<vect3>* circle(float r, float z, float turns, float phase) {
+  auto* track = new ts3d::controller::Linear<vect3>;
+  const int keys = static_cast<int>(std::fabs(turns) * 24.0f) + 1;
+  for (int k = 0; k < keys; ++k) {
+    const float share = static_cast<float>(k) / static_cast<float>(keys - 1);
+    const float a = phase + share * turns * 2.0f * kPi;
+    track->addKey(ts3d::controller::LinearKey<vect3>(share * kSeconds, vect3(r * std::cos(a), r * std::sin(a), z)));
+  }
+  return track;
+}
+
+MaterialSettings lit(const color& diffuse, float power = 0.0f) {
+  MaterialSettings settings;
+  settings.diffuse = diffuse;
+  settings.ambient = color(diffuse.r * 0.25f, diffuse.g * 0.25f, diffuse.b * 0.25f, 1);
+  settings.specular = color(0.6f, 0.6f, 0.6f, 1);
+  settings.power = power;
+  return settings;
+}
+
+void buildScene(scenebuild::SceneBuilder& builder) {
+  ts3d::HierarchyNode* root = builder.root();
+
+  // Textures: a checkered floor and a striped band.
+  ts3d::Texture* checker = builder.texture(pngOf(128, 128, [](float u, float v) {
+    const bool dark = (static_cast<int>(u * 8.0f) + static_cast<int>(v * 8.0f)) % 2 != 0;
+    return dark ? rgb(0.25f, 0.27f, 0.35f) : rgb(0.85f, 0.85f, 0.8f);
+  }));
+  ts3d::Texture* stripes = builder.texture(pngOf(64, 64, [](float u, float) {
+    const float s = 0.5f + 0.5f * std::sin(u * 6.0f * kPi);
+    return rgb(1.0f, 0.55f + 0.45f * s, 0.2f + 0.6f * s);
+  }));
+
+  ts3d::MaterialSimple* floor = builder.material(lit(color(1, 1, 1, 1)));
+  builder.stage(floor, checker);
+  builder.mesh(builder.node(root, vect3(0, 0, 0)), scenebuild::plane(40, 40, 8, 8), floor);
+
+  // The carousel turns once over the project; its six riders spin on their own.
+  ts3d::HierarchyNode* carousel = builder.node(root, constant(vect3(0, 0, 0)), spin(1.0f));
+  ts3d::MaterialSimple* banded = builder.material(lit(color(1, 1, 1, 1), 30.0f));
+  builder.stage(banded, stripes, keyed<float>({{0.0f, 0.0f}, {kSeconds, 3.0f}}));
+  const color colours[3] = {color(0.9f, 0.25f, 0.2f, 1), color(0.25f, 0.8f, 0.35f, 1), color(0.3f, 0.45f, 1.0f, 1)};
+  for (int i = 0; i < 6; ++i) {
+    const float a = static_cast<float>(i) * kPi / 3.0f;
+    ts3d::HierarchyNode* rider =
+        builder.node(carousel, constant(vect3(6.0f * std::cos(a), 6.0f * std::sin(a), 1.6f)),
+                     spin(i % 2 ? 2.0f : -3.0f, a));
+    ts3d::MaterialSimple* material = i % 3 == 1 ? banded : builder.material(lit(colours[i % 3], 20.0f));
+    if (i % 3 == 0)
+      builder.mesh(rider, scenebuild::sphere(1.2f, 24, 16), material);
+    else if (i % 3 == 1)
+      builder.mesh(rider, scenebuild::torus(1.1f, 0.45f, 32, 16), material);
+    else
+      builder.mesh(rider, scenebuild::box(1.8f, 1.8f, 1.8f), material);
+  }
+
+  // The hub: a pillar with an orb bobbing above it.
+  ts3d::HierarchyNode* hub = builder.node(root, vect3(0, 0, 1.5f));
+  builder.mesh(hub, scenebuild::box(1.2f, 1.2f, 3.0f), builder.material(lit(color(0.8f, 0.8f, 0.85f, 1), 10.0f)));
+  ts3d::HierarchyNode* orb = builder.node(
+      hub, keyed<vect3>({{0.0f, vect3(0, 0, 2.6f)}, {3.0f, vect3(0, 0, 3.6f)}, {6.0f, vect3(0, 0, 2.6f)},
+                         {9.0f, vect3(0, 0, 3.6f)}, {12.0f, vect3(0, 0, 2.6f)}}));
+  builder.mesh(orb, scenebuild::sphere(0.9f, 24, 16), builder.material(lit(color(1.0f, 0.85f, 0.3f, 1), 40.0f)));
+
+  // A light circling twice, shown by a small glowing ball at its place.
+  ts3d::HierarchyNode* lamp = builder.node(root, circle(9.0f, 7.0f, 2.0f, 0.5f));
+  builder.light(lamp, color(1, 0.95f, 0.85f, 1), 200.0f, color(0.15f, 0.15f, 0.18f, 1));
+  MaterialSettings glow;
+  glow.diffuse = color(0, 0, 0, 1);
+  glow.ambient = color(0, 0, 0, 1);
+  glow.emissive = color(1, 0.95f, 0.7f, 1);
+  builder.mesh(lamp, scenebuild::sphere(0.3f, 12, 8), builder.material(glow));
+
+  // The camera flies round and through, always aimed at the hub's middle.
+  ts3d::HierarchyNode* focus = builder.node(root, vect3(0, 0, 2.0f));
+  ts3d::HierarchyNode* eye = builder.node(
+      root, keyed<vect3>({{0.0f, vect3(0, -24, 9)},
+                          {3.0f, vect3(15, -12, 5)},
+                          {6.0f, vect3(13, 9, 3)},
+                          {9.0f, vect3(-7, 13, 6)},
+                          {12.0f, vect3(-17, -6, 10)}}));
+  builder.aim(eye, focus);
+  builder.camera(eye, 0.9f, 0.5f, 300.0f);
+}
+
+// A panel for the bitmap layer: a deep blue plate with warm rings, framed.
+std::vector<uint8_t> titleImage() {
+  return pngOf(256, 128, [](float u, float v) {
+    const float dx = (u - 0.5f) * 2.0f, dy = (v - 0.5f);
+    const float ring = 0.5f + 0.5f * std::cos(std::sqrt(dx * dx + dy * dy) * 28.0f);
+    const bool frame = u < 0.03f || u > 0.97f || v < 0.06f || v > 0.94f;
+    if (frame) return rgb(1.0f, 0.85f, 0.4f);
+    return rgb(0.1f + 0.8f * ring, 0.15f + 0.4f * ring, 0.45f - 0.2f * ring);
+  });
+}
+
+// The timeline: the scene all along, the bitmap fading in and out over it, a fade from
+// black, a white flash and a fade to black. Scene time is the parameter times 100.
+const char* const kProject = R"(<?xml version="1.0" encoding="utf-8"?>
+<project>
+  <data name="scene" path="default.ts2"/>
+  <data name="title" path="title.png"/>
+  <layer>
+    <effect type="fx_simple_scene" name="flight" start="0" length="12">
+      <param name="data" value="scene"/>
+      <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
+    </effect>
+  </layer>
+  <layer>
+    <effect type="fx_simple_bmp" name="title" start="1.5" length="7">
+      <param name="data" value="title"/>
+      <param name="top" value="0.02"/>
+      <param name="left" value="0.02"/>
+      <param name="bottom" value="0.148"/>
+      <param name="right" value="0.276"/>
+      <param name="alpha"><key t="0" value="0"/><key t="0.15" value="1"/><key t="0.85" value="1"/><key t="1" value="0"/></param>
+      <param name="destBlend" value="2"/>
+      <param name="srcBlend" value="3"/>
+    </effect>
+  </layer>
+  <layer>
+    <effect type="fx_simple_color" name="fade in" start="0" length="1.5">
+      <param name="alpha"><key t="0" value="1"/><key t="1" value="0"/></param>
+      <param name="destBlend" value="2"/>
+      <param name="srcBlend" value="3"/>
+    </effect>
+    <effect type="fx_simple_color" name="flash" start="6" length="0.6">
+      <param name="red" value="1"/>
+      <param name="green" value="1"/>
+      <param name="blue" value="1"/>
+      <param name="alpha"><key t="0" value="0.8"/><key t="1" value="0"/></param>
+      <param name="destBlend" value="2"/>
+      <param name="srcBlend" value="3"/>
+    </effect>
+    <effect type="fx_simple_color" name="fade out" start="10.5" length="1.5">
+      <param name="alpha"><key t="0" value="0"/><key t="1" value="1"/></param>
+      <param name="destBlend" value="2"/>
+      <param name="srcBlend" value="3"/>
+    </effect>
+  </layer>
+</project>
+)";
+
+const char* const kSceneOnly = R"(<?xml version="1.0" encoding="utf-8"?>
+<project>
+  <data name="scene" path="default.ts2"/>
+  <layer>
+    <effect type="fx_simple_scene" name="flight" start="0" length="12">
+      <param name="data" value="scene"/>
+      <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
+    </effect>
+  </layer>
+</project>
+)";
+
+bool writeFile(const std::string& path, const std::string& text) {
+  const std::string partial = path + ".partial";
+  FILE* out = std::fopen(partial.c_str(), "wb");
+  if (!out) return false;
+  const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
+  if (std::fclose(out) != 0 || !written) {
+    std::remove(partial.c_str());
+    return false;
+  }
+  return MoveFileExA(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+bool writeBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
+  return !bytes.empty() && writeFile(path, std::string(bytes.begin(), bytes.end()));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2 || std::string(argv[1]) == "--help") {
+    std::fprintf(argc == 2 ? stdout : stderr,
+                 "usage: make_default_project FOLDER\n"
+                 "Writes the default project into FOLDER: default.ts2 (the scene), title.png (the\n"
+                 "bitmap), default.xml (the project that plays them) and scene_only.xml (its scene\n"
+                 "layer alone).\n");
+    return argc == 2 ? 0 : 2;
+  }
+  const std::string folder = argv[1];
+  CreateDirectoryA(folder.c_str(), nullptr);
+  ts3d::registerSceneChunks();
+  scenebuild::SceneBuilder builder;
+  buildScene(builder);
+  std::string error;
+  if (!builder.write(folder + "/default.ts2", 1, &error)) {
+    std::fprintf(stderr, "make_default_project: %s\n", error.c_str());
+    return 1;
+  }
+  if (!writeBytes(folder + "/title.png", titleImage())) {
+    std::fprintf(stderr, "make_default_project: cannot write \"%s/title.png\"\n", folder.c_str());
+    return 1;
+  }
+  for (const auto& [name, text] : {std::pair<const char*, const char*>{"default.xml", kProject}, {"scene_only.xml", kSceneOnly}}) {
+    if (!writeFile(folder + "/" + name, text)) {
+      std::fprintf(stderr, "make_default_project: cannot write \"%s/%s\"\n", folder.c_str(), name);
+      return 1;
+    }
+  }
+  std::printf("default project: %s/default.xml\n", folder.c_str());
+  return 0;
+}

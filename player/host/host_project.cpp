@@ -1,0 +1,126 @@
+#include "player/host/host_project.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "driver/data_item.h"
+#include "driver/driver_kmt.h"
+#include "effects/timeline_item.h"
+#include "player/host/effect_library.h"
+#include "player/host/host_tree.h"
+#include "player/host/project_file.h"
+
+namespace {
+
+bool fileExists(const std::string& path) {
+  FILE* file = std::fopen(path.c_str(), "rb");
+  if (!file) return false;
+  std::fclose(file);
+  return true;
+}
+
+// The saved form the effect restores its values from: one "controler" per
+// parameter, with a constant or keys.
+void describeParams(const ProjectFile::Effect& effect, HostTreeElement& tree) {
+  for (const ProjectFile::Param& param : effect.params) {
+    HostTreeElement& controller = tree.add("controler").set("name", param.name);
+    if (param.keys.empty()) controller.set("value", param.value);
+    for (const auto& key : param.keys) controller.add("key").set("t", key.first).set("value", key.second);
+  }
+}
+
+}  // namespace
+
+HostProject::~HostProject() { clear(); }
+
+void HostProject::clear() {
+  for (auto& layer : layers)
+    for (TimelineItem* effect : layer) effect->destroy();
+  layers.clear();
+  for (DataItem* item : items) delete item;
+  items.clear();
+  itemNames.clear();
+  soundtrack.clear();
+  projectText.clear();
+  if (driver.controllerFactory == &factory) driver.setControllerFactory(nullptr);
+}
+
+bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, LoadError& error) {
+  clear();
+  auto fail = [&](int line, const std::string& problem) {
+    error = LoadError{file.path, line, problem};
+    clear();
+    return false;
+  };
+  if (!file.soundtrack.empty() && !fileExists(file.soundtrack))
+    return fail(file.soundtrackLine, "cannot find the soundtrack '" + file.soundtrack + "'");
+  soundtrack = file.soundtrack;
+  projectText = file.text;
+  for (const ProjectFile::Data& data : file.data) {
+    if (!fileExists(data.path)) return fail(data.line, "cannot find the data file '" + data.path + "'");
+    DataItem* item = driver.loadData(data.path);
+    if (!item) return fail(data.line, "the driver cannot load the data file '" + data.path + "'");
+    items.push_back(item);
+    itemNames.push_back(data.name);
+  }
+  driver.setControllerFactory(&factory);
+  for (const ProjectFile::Layer& layer : file.layers) {
+    layers.emplace_back();
+    for (const ProjectFile::Effect& effect : layer.effects) {
+      const EffectDescriptor* descriptor = library.find(effect.type);
+      TimelineItem* made = descriptor ? driver.createEffect(*descriptor, effect.name) : nullptr;
+      if (!made) return fail(effect.line, "effect '" + effect.type + "' is not available in this driver");
+      layers.back().push_back(made);
+      made->setStartTime(effect.start);
+      made->setDuration(effect.length);
+      if (effect.params.empty()) continue;
+      HostTreeElement tree("effect");
+      describeParams(effect, tree);
+      made->load(&tree, reinterpret_cast<uintptr_t>(static_cast<const DataLookup*>(this)));
+    }
+  }
+  return true;
+}
+
+void HostProject::visit(ItemVisitor& visitor) {
+  for (auto& layer : layers)
+    for (TimelineItem* effect : layer) effect->accept(&visitor);
+  for (DataItem* item : items) item->accept(&visitor);
+}
+
+void HostProject::drawFrame(float time) {
+  std::vector<TimelineItem*> shown;
+  for (auto& layer : layers)
+    for (TimelineItem* effect : layer)
+      if (time >= effect->startTime() && time < effect->startTime() + effect->duration()) shown.push_back(effect);
+  if (shown.empty()) {
+    driver.renderWindow()->drawIdleFrame();
+    return;
+  }
+  for (TimelineItem* effect : shown) effect->update(0, time);
+  shown.front()->clearFrame();
+  for (TimelineItem* effect : shown) effect->render();
+}
+
+float HostProject::endTime() const {
+  float end = 0.0f;
+  for (const auto& layer : layers)
+    for (const TimelineItem* effect : layer) end = std::max(end, effect->startTime() + effect->duration());
+  return end;
+}
+
+void HostProject::prepare() {
+  for (auto& layer : layers)
+    for (TimelineItem* effect : layer) effect->reset();
+}
+
+std::string& HostProject::text(std::string& out) const {
+  out = projectText;
+  return out;
+}
+
+DataItem* HostProject::find(const std::string& name) const {
+  for (size_t i = 0; i < itemNames.size(); ++i)
+    if (itemNames[i] == name) return items[i];
+  return nullptr;
+}

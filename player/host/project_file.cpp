@@ -1,0 +1,166 @@
+#include "player/host/project_file.h"
+
+#include <cstring>
+
+#include "driver/host/effect_descriptor.h"
+#include "driver/host/param_controller.h"
+#include "player/host/effect_library.h"
+
+namespace {
+
+bool isElement(const XmlNode* node, const char* tag) {
+  return node->type() == rapidxml::node_element && std::strcmp(node->name(), tag) == 0;
+}
+
+class Reader {
+ public:
+  Reader(const XmlFile& file_, const EffectLibrary& library_, ProjectFile& project_, LoadError& error_)
+      : file(file_), library(library_), project(project_), error(error_) {}
+
+  // Data items and the soundtrack first, so that layers may name data declared below them.
+  bool readItems() {
+    for (const XmlNode* node = file.root()->first_node(); node; node = node->next_sibling()) {
+      if (isElement(node, "soundtrack")) {
+        if (!readSoundtrack(node)) return false;
+      } else if (isElement(node, "data")) {
+        if (!readData(node)) return false;
+      } else if (!isElement(node, "layer")) {
+        return fail(node, "only <soundtrack>, <data> and <layer> elements belong in <project>");
+      }
+    }
+    return true;
+  }
+
+  bool readLayers() {
+    for (const XmlNode* node = file.root()->first_node("layer"); node; node = node->next_sibling("layer")) {
+      ProjectFile::Layer layer;
+      for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
+        if (!isElement(child, "effect")) return fail(child, "only <effect> elements belong in <layer>");
+        ProjectFile::Effect effect;
+        if (!readEffect(child, effect)) return false;
+        layer.effects.push_back(std::move(effect));
+      }
+      project.layers.push_back(std::move(layer));
+    }
+    return true;
+  }
+
+ private:
+  bool fail(const XmlNode* node, const std::string& problem) {
+    error = file.errorAt(node, problem);
+    return false;
+  }
+
+  bool readSoundtrack(const XmlNode* node) {
+    const char* path = attributeValue(node, "path");
+    if (!path || !*path) return fail(node, "a <soundtrack> needs the attribute path");
+    if (!project.soundtrack.empty()) return fail(node, "a project has one soundtrack");
+    project.soundtrack = resolvePath(project.path, path);
+    project.soundtrackLine = file.lineOf(node->name());
+    return true;
+  }
+
+  bool readData(const XmlNode* node) {
+    const char* name = attributeValue(node, "name");
+    const char* path = attributeValue(node, "path");
+    if (!name || !*name || !path || !*path) return fail(node, "a <data> needs the attributes name and path");
+    if (findData(name)) return fail(node, "data item '" + std::string(name) + "' is declared twice");
+    project.data.push_back({name, resolvePath(project.path, path), file.lineOf(node->name())});
+    return true;
+  }
+
+  bool readEffect(const XmlNode* node, ProjectFile::Effect& effect) {
+    const char* type = attributeValue(node, "type");
+    if (!type || !*type) return fail(node, "an <effect> needs the attribute type");
+    const EffectDescriptor* descriptor = library.find(type);
+    if (!descriptor) return fail(node, "unknown effect '" + std::string(type) + "'");
+    const char* name = attributeValue(node, "name");
+    effect.type = type;
+    effect.name = name ? name : type;
+    effect.line = file.lineOf(node->name());
+    if (!parseFloat(attributeValue(node, "start"), effect.start))
+      return fail(node, "the effect needs a number as its start");
+    if (!parseFloat(attributeValue(node, "length"), effect.length) || !(effect.length > 0.0f))
+      return fail(node, "the effect needs a length above 0");
+    for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
+      if (!isElement(child, "param")) return fail(child, "only <param> elements belong in <effect>");
+      ProjectFile::Param param;
+      if (!readParam(child, *descriptor, param)) return false;
+      effect.params.push_back(std::move(param));
+    }
+    return true;
+  }
+
+  bool readParam(const XmlNode* node, const EffectDescriptor& descriptor, ProjectFile::Param& param) {
+    const char* name = attributeValue(node, "name");
+    if (!name || !*name) return fail(node, "a <param> needs the attribute name");
+    const ParamDescriptor* declared = nullptr;
+    for (const ParamDescriptor& candidate : descriptor.params) {
+      if (candidate.name == name) {
+        declared = &candidate;
+        break;
+      }
+    }
+    if (!declared) return fail(node, "effect '" + descriptor.name + "' has no parameter '" + name + "'");
+    param.name = name;
+    param.line = file.lineOf(node->name());
+    const char* value = attributeValue(node, "value");
+    for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
+      if (!isElement(child, "key")) return fail(child, "only <key> elements belong in <param>");
+      const char* t = attributeValue(child, "t");
+      const char* keyValue = attributeValue(child, "value");
+      float time;
+      if (!parseFloat(t, time)) return fail(child, "a <key> needs a number as its t");
+      if (!keyValue) return fail(child, "a <key> needs a value");
+      if (!checkValue(child, *declared, keyValue)) return false;
+      param.keys.emplace_back(t, keyValue);
+    }
+    if (value && !param.keys.empty()) return fail(node, "a parameter has a value or keys, not both");
+    if (!value && param.keys.empty()) return fail(node, "parameter '" + param.name + "' needs a value or keys");
+    if (value && !checkValue(node, *declared, value)) return false;
+    param.value = value ? value : "";
+    return true;
+  }
+
+  bool checkValue(const XmlNode* node, const ParamDescriptor& declared, const char* value) {
+    if (!acceptsValue(declared.kind, value))
+      return fail(node, "'" + std::string(value) + "' is not a value of kind " + paramKindName(declared.kind) +
+                            " for parameter '" + declared.name + "'");
+    if (declared.kind == ParamController::kData && *value && !findData(value))
+      return fail(node, "no data item is named '" + std::string(value) + "'");
+    return true;
+  }
+
+  const ProjectFile::Data* findData(const std::string& name) const {
+    for (const ProjectFile::Data& item : project.data)
+      if (item.name == name) return &item;
+    return nullptr;
+  }
+
+  const XmlFile& file;
+  const EffectLibrary& library;
+  ProjectFile& project;
+  LoadError& error;
+};
+
+}  // namespace
+
+bool ProjectFile::load(const std::string& path_, const EffectLibrary& library, LoadError& error) {
+  *this = ProjectFile();
+  path = path_;
+  XmlFile file;
+  Reader reader(file, library, *this, error);
+  if (file.load(path, "project", error) && reader.readItems() && reader.readLayers()) {
+    text = file.text();
+    return true;
+  }
+  *this = ProjectFile();
+  return false;
+}
+
+std::string resolvePath(const std::string& base, const std::string& path) {
+  const bool absolute = (!path.empty() && (path[0] == '\\' || path[0] == '/')) || (path.size() > 1 && path[1] == ':');
+  if (absolute) return path;
+  const size_t slash = base.find_last_of("\\/");
+  return slash == std::string::npos ? path : base.substr(0, slash + 1) + path;
+}

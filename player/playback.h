@@ -1,0 +1,52 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "player/host/host_project.h"
+
+class DriverKMT;
+class EffectLibrary;
+class RenderWindow;
+struct ProjectFile;
+
+// A window of ours with the driver's render window open on it, and a project
+// built and opened in it. Everything is undone, in reverse, on destruction.
+class Stage {
+ public:
+  Stage(DriverKMT& driver, unsigned int width, unsigned int height, bool visible);
+  ~Stage();
+  Stage(const Stage&) = delete;
+  Stage& operator=(const Stage&) = delete;
+
+  // False with `error` set when the project cannot be made; nothing is open then.
+  bool build(const ProjectFile& file, const EffectLibrary& library, LoadError& error);
+
+  HostProject& project() { return hostProject; }
+  RenderWindow* renderWindow() const { return window; }
+
+ private:
+  void setEffectsOpen(bool open);
+
+  HWND handle = nullptr;
+  RenderWindow* window = nullptr;
+  HostProject hostProject;
+  bool built = false;
+};
+
+struct OfflineOptions {
+  std::string folder;
+  double from = 0.0, to = 0.0, fps = 25.0;
+  std::string contactSheet;  // empty: none
+};
+
+// Frames `from` to `to` at `fps` into folder/frame_NNNNN.png, with a progress bar
+// on stderr. Each frame appears whole or not at all. With a contact sheet path, a grid
+// of frames spread over the run is written there too. 0 on success, else 1 with a
+// message.
+int renderOffline(Stage& stage, const OfflineOptions& options);
+
+// Frames in the window at the pace of the clock from `from` on, for `seconds` or
+// until the window is closed or Escape is pressed.
+int playLive(Stage& stage, double from, double seconds);

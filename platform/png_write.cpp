@@ -1,7 +1,8 @@
 #include "platform/png_write.h"
 
-#include <cstdio>
 #include <vector>
+
+#include "platform/whole_file.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include "stb_image_write.h"
@@ -32,18 +33,7 @@ std::vector<uint8_t> encodePng(int width, int height, const void* pixels, int pi
 
 bool writePng(const std::string& path, int width, int height, const void* pixels, int pitch) {
   const std::vector<uint8_t> file = encodePng(width, height, pixels, pitch);
-  if (file.empty()) return false;
-  // Written beside the target and renamed, so a failed write never leaves half a file.
-  const std::string partial = path + ".partial";
-  FILE* out = std::fopen(partial.c_str(), "wb");
-  if (!out) return false;
-  const bool written = std::fwrite(file.data(), 1, file.size(), out) == file.size();
-  if (std::fclose(out) != 0 || !written) {
-    std::remove(partial.c_str());
-    return false;
-  }
-  std::remove(path.c_str());
-  return std::rename(partial.c_str(), path.c_str()) == 0;
+  return !file.empty() && writeWholeFile(path, file.data(), file.size());
 }
 
 }  // namespace platform

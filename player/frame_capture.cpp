@@ -41,12 +41,7 @@ bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame) {
 }
 
 bool saveFrame(const Frame& frame, const std::string& path) {
-  // Written under another name and renamed, so a frame file is always whole.
-  const std::string partial = path + ".part";
-  if (platform::writePng(partial, static_cast<int>(frame.width), static_cast<int>(frame.height),
-                         frame.pixels.data(), static_cast<int>(frame.width * 4)) &&
-      MoveFileExA(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING))
-    return true;
-  DeleteFileA(partial.c_str());
-  return false;
+  // writePng writes whole files only.
+  return platform::writePng(path, static_cast<int>(frame.width), static_cast<int>(frame.height),
+                            frame.pixels.data(), static_cast<int>(frame.width * 4));
 }

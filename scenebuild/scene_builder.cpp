@@ -1,9 +1,8 @@
 #include "scenebuild/scene_builder.h"
 
-#include <cstdio>
-
 #include "io/persistence.h"
 #include "io/stream_memory.h"
+#include "platform/whole_file.h"
 #include "scene/controller_transformation.h"
 
 namespace scenebuild {
@@ -172,17 +171,7 @@ std::vector<uint8_t> SceneBuilder::bytes(int mode) {
 
 bool SceneBuilder::write(const std::string& path, int mode, std::string* error) {
   const std::vector<uint8_t> file = bytes(mode);
-  const std::string temporary = path + ".part";
-  FILE* out = std::fopen(temporary.c_str(), "wb");
-  if (!out) {
-    *error = "cannot create \"" + temporary + "\"";
-    return false;
-  }
-  const bool written = std::fwrite(file.data(), 1, file.size(), out) == file.size();
-  const bool closed = std::fclose(out) == 0;
-  if (file.empty() || !written || !closed ||
-      !MoveFileExA(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-    std::remove(temporary.c_str());
+  if (file.empty() || !platform::writeWholeFile(path, file.data(), file.size())) {
     *error = "cannot write \"" + path + "\"";
     return false;
   }

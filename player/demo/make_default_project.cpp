@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/png_write.h"
+#include "platform/whole_file.h"
 #include "scene/register.h"
 #include "scenebuild/scene_builder.h"
 
@@ -158,17 +159,15 @@ std::vector<uint8_t> titleImage() {
 
 // The timeline: the scene all along, the bitmap fading in and out over it, a fade from
 // black, a white flash and a fade to black. Scene time is the parameter times 100.
-const char* const kProject = R"(<?xml version="1.0" encoding="utf-8"?>
-<project>
-  <data name="scene" path="default.ts2"/>
-  <data name="title" path="title.png"/>
-  <layer>
+const char* const kSceneLayer = R"(  <layer>
     <effect type="fx_simple_scene" name="flight" start="0" length="12">
       <param name="data" value="scene"/>
       <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
     </effect>
   </layer>
-  <layer>
+)";
+
+const char* const kOverLayers = R"(  <layer>
     <effect type="fx_simple_bmp" name="title" start="1.5" length="7">
       <param name="data" value="title"/>
       <param name="top" value="0.02"/>
@@ -200,35 +199,24 @@ const char* const kProject = R"(<?xml version="1.0" encoding="utf-8"?>
       <param name="srcBlend" value="3"/>
     </effect>
   </layer>
-</project>
 )";
 
-const char* const kSceneOnly = R"(<?xml version="1.0" encoding="utf-8"?>
-<project>
-  <data name="scene" path="default.ts2"/>
-  <layer>
-    <effect type="fx_simple_scene" name="flight" start="0" length="12">
-      <param name="data" value="scene"/>
-      <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
-    </effect>
-  </layer>
-</project>
-)";
+// The whole project, or its scene layer alone.
+std::string projectText(bool whole) {
+  std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<project>\n";
+  text += "  <data name=\"scene\" path=\"default.ts2\"/>\n";
+  if (whole) text += "  <data name=\"title\" path=\"title.png\"/>\n";
+  text += kSceneLayer;
+  if (whole) text += kOverLayers;
+  return text + "</project>\n";
+}
 
 bool writeFile(const std::string& path, const std::string& text) {
-  const std::string partial = path + ".partial";
-  FILE* out = std::fopen(partial.c_str(), "wb");
-  if (!out) return false;
-  const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
-  if (std::fclose(out) != 0 || !written) {
-    std::remove(partial.c_str());
-    return false;
-  }
-  return MoveFileExA(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+  return platform::writeWholeFile(path, text.data(), text.size());
 }
 
 bool writeBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
-  return !bytes.empty() && writeFile(path, std::string(bytes.begin(), bytes.end()));
+  return !bytes.empty() && platform::writeWholeFile(path, bytes.data(), bytes.size());
 }
 
 }  // namespace
@@ -256,8 +244,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "make_default_project: cannot write \"%s/title.png\"\n", folder.c_str());
     return 1;
   }
-  for (const auto& [name, text] : {std::pair<const char*, const char*>{"default.xml", kProject}, {"scene_only.xml", kSceneOnly}}) {
-    if (!writeFile(folder + "/" + name, text)) {
+  for (const auto& [name, whole] : {std::pair<const char*, bool>{"default.xml", true}, {"scene_only.xml", false}}) {
+    if (!writeFile(folder + "/" + name, projectText(whole))) {
       std::fprintf(stderr, "make_default_project: cannot write \"%s/%s\"\n", folder.c_str(), name);
       return 1;
     }

@@ -134,54 +134,40 @@ TEST(GeometryWeld, EqualPositionsBecomeOneVertexAndSignedZeroesStayApart) {
   EXPECT_EQ(g.faces[0], face(3, 2, 4)) << "faces themselves stay";
 }
 
-// One triangle in the z = 0 plane facing +z, with the given texture coordinates.
-GeometrySimple* tangentTriangle(float s0, float t0, float s1, float t1, float s2, float t2) {
-  auto* g = new GeometrySimple;
-  g->positions = {vect3(0, 0, 0), vect3(1, 0, 0), vect3(0, 1, 0)};
-  g->normals = {vect3(0, 0, 1), vect3(0, 0, 1), vect3(0, 0, 1)};
-  g->textureChannels.push_back(ts3d::TextureChannel{{{s0, t0}, {s1, t1}, {s2, t2}}});
-  g->faces = {face(0, 1, 2)};
-  g->hasTangentSpace = true;
-  return g;
-}
-
-TEST(GeometryTangentSpace, FrameIsTurnedToAgreeWithTheNormal) {
+TEST(GeometryTangentSpace, FrameIsTurnedToAgreeWithTheNormalAndAVertexInNoFaceStaysZero) {
   ASSERT_EQ(ts3d::Context::instance, nullptr) << "computed without a device";
-  // e1 = (-1,0,0), e2 = (-1,1,0), ds = (-1,-1), dt = (0,1): tangent (-1,0,0), binormal
-  // (0,1,0), whose cross product points along -z: both are turned.
-  std::unique_ptr<GeometrySimple> g(tangentTriangle(0, 0, 1, 0, 0, 1));
-  g->createResources();
-  ASSERT_EQ(g->tangents.size(), 3u);
-  for (int i = 0; i < 3; ++i) {
-    expectVector(g->tangents[i], 1, 0, 0);
-    expectVector(g->binormals[i], 0, -1, 0);
+  struct Case {
+    ts3d::TextureCoordinate st[3];
+    vect3 tangent, binormal;
+  };
+  const Case cases[] = {
+      // e1 = (-1,0,0), e2 = (-1,1,0), ds = (-1,-1), dt = (0,1): tangent (-1,0,0), binormal
+      // (0,1,0), whose cross product points along -z: both are turned.
+      {{{0, 0}, {1, 0}, {0, 1}}, vect3(1, 0, 0), vect3(0, -1, 0)},
+      // u mirrored: ds = (1,1), dt = (0,1): tangent (-1,0,0), binormal (0,-1,0), cross along +z.
+      {{{1, 0}, {0, 0}, {1, 1}}, vect3(-1, 0, 0), vect3(0, -1, 0)},
+  };
+  for (const Case& c : cases) {
+    // A triangle in the z = 0 plane facing +z, and a fourth vertex that no face uses.
+    GeometrySimple g;
+    g.positions = {vect3(0, 0, 0), vect3(1, 0, 0), vect3(0, 1, 0), vect3(-1, 0, 0)};
+    g.normals.assign(4, vect3(0, 0, 1));
+    g.textureChannels.push_back(ts3d::TextureChannel{{c.st[0], c.st[1], c.st[2], {0.5f, 0.5f}}});
+    g.faces = {face(0, 1, 2)};
+    g.hasTangentSpace = true;
+    g.createResources();
+    ASSERT_EQ(g.tangents.size(), 4u);
+    ASSERT_EQ(g.binormals.size(), 4u);
+    for (int i = 0; i < 3; ++i) {
+      expectVector(g.tangents[i], c.tangent.x, c.tangent.y, c.tangent.z);
+      expectVector(g.binormals[i], c.binormal.x, c.binormal.y, c.binormal.z);
+    }
+    // Nothing is added to vertex 3; a zero vector stays zero when made unit.
+    expectVector(g.tangents[3], 0, 0, 0);
+    expectVector(g.binormals[3], 0, 0, 0);
+    EXPECT_EQ(g.vertexFormat, 0x140312u);
+    EXPECT_EQ(g.vertexBuffer, nullptr) << "no context, no buffers";
   }
-  EXPECT_EQ(g->vertexFormat, 0x140312u);
-  EXPECT_EQ(g->vertexBuffer, nullptr) << "no context, no buffers";
-}
-
-TEST(GeometryTangentSpace, MirroredMappingKeepsItsFrame) {
-  // u mirrored: ds = (1,1), dt = (0,1): tangent (-1,0,0), binormal (0,-1,0), cross along +z.
-  std::unique_ptr<GeometrySimple> g(tangentTriangle(1, 0, 0, 0, 1, 1));
-  g->createResources();
-  ASSERT_EQ(g->binormals.size(), 3u);
-  for (int i = 0; i < 3; ++i) {
-    expectVector(g->tangents[i], -1, 0, 0);
-    expectVector(g->binormals[i], 0, -1, 0);
-  }
-}
-
-TEST(GeometryTangentSpace, VertexInNoFaceKeepsAZeroFrame) {
-  std::unique_ptr<GeometrySimple> g(tangentTriangle(0, 0, 1, 0, 0, 1));
-  g->positions.push_back(vect3(-1, 0, 0));
-  g->normals.push_back(vect3(0, 0, 1));
-  g->textureChannels[0].coordinates.push_back({0.5f, 0.5f});
-  g->createResources();
-  ASSERT_EQ(g->tangents.size(), 4u);
-  // Nothing is added to vertex 3; a zero vector stays zero when made unit.
-  expectVector(g->tangents[3], 0, 0, 0);
-  expectVector(g->binormals[3], 0, 0, 0);
-  expectVector(g->tangents[0], 1, 0, 0);
 }
 
 }  // namespace

@@ -145,19 +145,6 @@ TEST_F(ModifierStackTest, SetSourceTwiceDeletesTheFirstOutputsAndMakesNewOnes) {
   EXPECT_EQ(second->inputsSeen.back(), stack.outputList()[0]);
 }
 
-TEST_F(ModifierStackTest, DestructorReleasesOutputsAndModifiersButNotTheSource) {
-  {
-    ModifierStack stack;
-    stack.add(new SetupModifier);
-    stack.add(new ShiftModifier);
-    stack.setSource(&source);
-    EXPECT_EQ(ShiftModifier::live, 1);
-    EXPECT_EQ(SetupModifier::live, 1);
-  }
-  EXPECT_EQ(source.positions.size(), 3u);
-  source.boundingBox();  // the source is still whole
-}
-
 TEST_F(ModifierStackTest, RoundTripKeepsModifiersAndNullEntriesAndMakesNoOutputs) {
   ts3d::registerGeometryChunks();
   Bytes file;

@@ -53,26 +53,33 @@ gfximage::DecodedImage decodeOk(const Bytes& file) {
   return image;
 }
 
-TEST(ImageDecode, PngWithAlpha) {
-  const std::vector<uint8_t> rgba = rgbaPixels();
-  const Bytes file = tstest::encodePng(4, 4, 4, rgba.data());
-  ASSERT_FALSE(file.empty());
-  EXPECT_EQ(gfximage::identify(file.data(), file.size()), FileType::Png);
-  const gfximage::DecodedImage image = decodeOk(file);
-  EXPECT_EQ(image.info.type, FileType::Png);
-  EXPECT_EQ(image.info.format, PixelFormat::A8R8G8B8);
-  EXPECT_EQ(image.info.mipLevels, 1u);
-  ASSERT_EQ(image.levels.size(), 1u);
-  EXPECT_EQ(image.levels[0].width, 4u);
-  EXPECT_EQ(image.levels[0].pixels, expectedBgra(rgba, 4));
-}
-
-TEST(ImageDecode, PngRgbGreyAndGreyAlpha) {
-  const std::vector<uint8_t> rgba = rgbaPixels();
-  const gfximage::DecodedImage rgb = decodeOk(tstest::encodePng(4, 4, 3, dropAlpha(rgba).data()));
-  EXPECT_EQ(rgb.info.format, PixelFormat::X8R8G8B8);
-  ASSERT_EQ(rgb.levels.size(), 1u);
-  EXPECT_EQ(rgb.levels[0].pixels, expectedBgra(rgba, 3));
+TEST(ImageDecode, LosslessFilesGiveTheirTexels) {
+  const std::vector<uint8_t> rgba = rgbaPixels(), rgb = dropAlpha(rgba);
+  const struct {
+    const char* name;
+    Bytes file;
+    FileType type;
+    PixelFormat format;
+    int channels;
+  } files[] = {
+      {"png", tstest::encodePng(4, 4, 4, rgba.data()), FileType::Png, PixelFormat::A8R8G8B8, 4},
+      {"png_rgb", tstest::encodePng(4, 4, 3, rgb.data()), FileType::Png, PixelFormat::X8R8G8B8, 3},
+      {"bmp", tstest::encodeBmp(4, 4, 3, rgb.data()), FileType::Bmp, PixelFormat::X8R8G8B8, 3},
+      {"tga", tstest::encodeTga(4, 4, 4, rgba.data(), false), FileType::Tga, PixelFormat::A8R8G8B8, 4},
+      {"tga_rle", tstest::encodeTga(4, 4, 4, rgba.data(), true), FileType::Tga, PixelFormat::A8R8G8B8, 4},
+  };
+  for (const auto& f : files) {
+    SCOPED_TRACE(f.name);
+    ASSERT_FALSE(f.file.empty());
+    EXPECT_EQ(gfximage::identify(f.file.data(), f.file.size()), f.type);
+    const gfximage::DecodedImage image = decodeOk(f.file);
+    EXPECT_EQ(image.info.type, f.type);
+    EXPECT_EQ(image.info.format, f.format);
+    EXPECT_EQ(image.info.mipLevels, 1u);
+    ASSERT_EQ(image.levels.size(), 1u);
+    EXPECT_EQ(image.levels[0].width, 4u);
+    EXPECT_EQ(image.levels[0].pixels, expectedBgra(rgba, f.channels));
+  }
 
   const std::vector<uint8_t> grey = {0, 50, 100, 150, 200, 250};
   const gfximage::DecodedImage g = decodeOk(tstest::encodePng(3, 2, 1, grey.data()));
@@ -87,30 +94,6 @@ TEST(ImageDecode, PngRgbGreyAndGreyAlpha) {
   EXPECT_EQ(ga.info.format, PixelFormat::A8R8G8B8);
   ASSERT_EQ(ga.levels.size(), 1u);
   EXPECT_EQ(ga.levels[0].pixels, (std::vector<uint8_t>{10, 10, 10, 20, 30, 30, 30, 40}));
-}
-
-TEST(ImageDecode, Bmp) {
-  const std::vector<uint8_t> rgba = rgbaPixels();
-  const Bytes file = tstest::encodeBmp(4, 4, 3, dropAlpha(rgba).data());
-  EXPECT_EQ(gfximage::identify(file.data(), file.size()), FileType::Bmp);
-  const gfximage::DecodedImage image = decodeOk(file);
-  EXPECT_EQ(image.info.type, FileType::Bmp);
-  EXPECT_EQ(image.info.format, PixelFormat::X8R8G8B8);
-  ASSERT_EQ(image.levels.size(), 1u);
-  EXPECT_EQ(image.levels[0].pixels, expectedBgra(rgba, 3));
-}
-
-TEST(ImageDecode, TgaPlainAndRunLength) {
-  const std::vector<uint8_t> rgba = rgbaPixels();
-  for (bool rle : {false, true}) {
-    const Bytes file = tstest::encodeTga(4, 4, 4, rgba.data(), rle);
-    EXPECT_EQ(gfximage::identify(file.data(), file.size()), FileType::Tga) << rle;
-    const gfximage::DecodedImage image = decodeOk(file);
-    EXPECT_EQ(image.info.type, FileType::Tga);
-    EXPECT_EQ(image.info.format, PixelFormat::A8R8G8B8);
-    ASSERT_EQ(image.levels.size(), 1u);
-    EXPECT_EQ(image.levels[0].pixels, expectedBgra(rgba, 4)) << rle;
-  }
 }
 
 TEST(ImageDecode, JpegWithinItsLoss) {
@@ -285,31 +268,20 @@ TEST(ImageDecodeHostile, HugeDeclaredSizesFailWithoutBigAllocations) {
     EXPECT_EQ(result.status, Status::TooLarge);
     EXPECT_NE(result.reason.find("9000 x 4"), std::string::npos) << result.reason;
   }
-  {
-    // Within the limits, but far more texels than the compressed data could hold.
-    Bytes file = png;
-    putBe32(&file, 16, 8192);
-    putBe32(&file, 20, 8192);
+  // Within the limits, but far more texels than the data could hold: a PNG of 8192 x 8192,
+  // a BMP of 8000 x 8000 (little-endian at bytes 18 and 22), a TGA of 8000 x 8000 (at 12 and 14).
+  Bytes bigPng = png;
+  putBe32(&bigPng, 16, 8192);
+  putBe32(&bigPng, 20, 8192);
+  Bytes bigBmp = tstest::encodeBmp(4, 4, 3, dropAlpha(rgba).data());
+  tstest::putLe32(&bigBmp, 18, 8000);
+  tstest::putLe32(&bigBmp, 22, 8000);
+  Bytes bigTga = tstest::encodeTga(4, 4, 4, rgba.data(), true);
+  bigTga[12] = bigTga[14] = 0x40;
+  bigTga[13] = bigTga[15] = 0x1f;
+  for (const Bytes* file : {&bigPng, &bigBmp, &bigTga}) {
     gfximage::DecodedImage image;
-    EXPECT_EQ(gfximage::decode(file.data(), file.size(), &image).status, Status::InvalidData);
-    EXPECT_LT(gfximage::lastDecoderPeakBytes(), 1u << 20);
-  }
-  {
-    // A BMP of 8000 x 8000 (width at byte 18, height at 22, little-endian) with 16 texels of data.
-    Bytes file = tstest::encodeBmp(4, 4, 3, dropAlpha(rgba).data());
-    tstest::putLe32(&file, 18, 8000);
-    tstest::putLe32(&file, 22, 8000);
-    gfximage::DecodedImage image;
-    EXPECT_EQ(gfximage::decode(file.data(), file.size(), &image).status, Status::InvalidData);
-    EXPECT_LT(gfximage::lastDecoderPeakBytes(), 1u << 20);
-  }
-  {
-    // A TGA of 8000 x 8000 (16-bit width at byte 12, height at 14).
-    Bytes file = tstest::encodeTga(4, 4, 4, rgba.data(), true);
-    file[12] = file[14] = 0x40;
-    file[13] = file[15] = 0x1f;
-    gfximage::DecodedImage image;
-    EXPECT_EQ(gfximage::decode(file.data(), file.size(), &image).status, Status::InvalidData);
+    EXPECT_EQ(gfximage::decode(file->data(), file->size(), &image).status, Status::InvalidData);
     EXPECT_LT(gfximage::lastDecoderPeakBytes(), 1u << 20);
   }
 }

@@ -44,18 +44,13 @@ matrix deviceTransform(tstest::ProxyDevice* proxy, D3DTRANSFORMSTATETYPE state) 
 
 class CameraTest : public tstest::SceneTest {};
 
-TEST_F(CameraTest, AccessorsFallBackWhenControllersAreMissing) {
+TEST_F(CameraTest, AccessorsReadTheirOwnControllersAndFallBackWithoutThem) {
   CameraSimple camera;
   EXPECT_EQ(camera.rangeNear(), 0.0f);
   EXPECT_EQ(camera.clipNear(), 1.0f);
   EXPECT_EQ(camera.clipFar(), 10000.0f);
   EXPECT_EQ(camera.rangeFar(), 0.0f);
   EXPECT_FLOAT_EQ(camera.focusDistance(), (10000.0f - 1.0f) * 0.5f);
-  tstest::expectMatrixNear(*camera.projectionMatrix(), tstest::identityMatrix(), 0.0f);
-}
-
-TEST_F(CameraTest, AccessorsReadTheirOwnControllers) {
-  CameraSimple camera;
   setFloat(camera, camera.nearController, 2.0f);
   setFloat(camera, camera.farController, 300.0f);
   setFloat(camera, camera.clipNearController, 4.0f);
@@ -87,13 +82,6 @@ TEST_F(CameraTest, FocusIsTheDistanceToTheTargetOfItsNode) {
   EXPECT_FLOAT_EQ(camera.focusDistance(), 5.0f);
 }
 
-TEST_F(CameraTest, WithoutTransformationItLooksDownMinusZFromTheOrigin) {
-  CameraSimple camera;
-  camera.update(0.0f);
-  // Looking along -Z with +Y up from the origin is the view space itself.
-  tstest::expectMatrixNear(*camera.viewMatrix(), tstest::identityMatrix());
-}
-
 TEST_F(CameraTest, ViewFollowsTheTransformation) {
   // At (0, 0, 10), turned a quarter about +Y: it looks along -X.
   const float h = std::sqrt(0.5f);
@@ -102,23 +90,15 @@ TEST_F(CameraTest, ViewFollowsTheTransformation) {
   camera.transformation = &place;
   camera.update(0.0f);
   const matrix& view = *camera.viewMatrix();
-  // A point 3 units ahead (at (-3, 0, 10)) lies at view depth -3; the eye maps to the origin;
-  // a point above stays above.
-  const auto toView = [&view](const vect3& p) {
-    return vect3(p.x * view.m[0][0] + p.y * view.m[1][0] + p.z * view.m[2][0] + view.m[3][0],
-                 p.x * view.m[0][1] + p.y * view.m[1][1] + p.z * view.m[2][1] + view.m[3][1],
-                 p.x * view.m[0][2] + p.y * view.m[1][2] + p.z * view.m[2][2] + view.m[3][2]);
-  };
-  const vect3 ahead = toView(vect3(-3, 0, 10));
-  EXPECT_NEAR(ahead.x, 0.0f, 1e-5f);
-  EXPECT_NEAR(ahead.y, 0.0f, 1e-5f);
-  EXPECT_NEAR(ahead.z, -3.0f, 1e-5f);
-  const vect3 above = toView(vect3(0, 2, 10));
-  EXPECT_NEAR(above.y, 2.0f, 1e-5f);
-  EXPECT_NEAR(above.z, 0.0f, 1e-5f);
-  const vect3 right = toView(vect3(0, 0, 9));  // -Z of the world is the camera's right
-  EXPECT_NEAR(right.x, 1.0f, 1e-5f);
+  // A point 3 units ahead (at (-3, 0, 10)) lies at view depth -3; a point above stays above;
+  // -Z of the world is the camera's right.
+  tstest::expectVectNear(tstest::transformPoint(view, vect3(-3, 0, 10)), vect3(0, 0, -3));
+  tstest::expectVectNear(tstest::transformPoint(view, vect3(0, 2, 10)), vect3(0, 2, 0));
+  tstest::expectVectNear(tstest::transformPoint(view, vect3(0, 0, 9)), vect3(1, 0, 0));
+  // Without a transformation it looks down -Z from the origin: the view space itself.
   camera.transformation = nullptr;
+  camera.update(0.0f);
+  tstest::expectMatrixNear(*camera.viewMatrix(), tstest::identityMatrix());
 }
 
 TEST_F(CameraTest, CameraBodyIsSixObjectsAndOwnsTheTransformationItBrings) {
@@ -268,18 +248,7 @@ TEST_F(CameraDeviceTest, ApplyGivesViewAndProjectionToTheDevice) {
   camera.transformation = nullptr;
 }
 
-TEST_F(CameraDeviceTest, OnlyAFieldOfViewProjectsFromOneToTenThousand) {
-  CameraSimple camera;
-  setFloat(camera, camera.fovController, 0.8f);
-  camera.update(0.0f);
-  camera.apply();
-  tstest::expectMatrixNear(deviceTransform(proxy, D3DTS_PROJECTION), perspectiveRH(0.8f, 640.0f / 480.0f, 1.0f, 10000.0f),
-                           1e-4f);
-  EXPECT_EQ(context->nearPlane, 1.0f);
-  EXPECT_EQ(context->farPlane, 10000.0f);
-}
-
-TEST_F(CameraDeviceTest, WithoutAFieldOfViewTheProjectionIsLeftAlone) {
+TEST_F(CameraDeviceTest, WithoutAFieldOfViewTheProjectionIsLeftAloneAndAloneItSpansOneToTenThousand) {
   CameraSimple camera;
   camera.update(0.0f);
   proxy->clearLog();
@@ -288,6 +257,14 @@ TEST_F(CameraDeviceTest, WithoutAFieldOfViewTheProjectionIsLeftAlone) {
   ASSERT_EQ(transforms.size(), 1u);
   EXPECT_EQ(transforms[0].args[0], D3DTS_VIEW);
   tstest::expectMatrixNear(*camera.projectionMatrix(), tstest::identityMatrix(), 0.0f);
+
+  setFloat(camera, camera.fovController, 0.8f);
+  camera.update(0.0f);
+  camera.apply();
+  tstest::expectMatrixNear(deviceTransform(proxy, D3DTS_PROJECTION),
+                           perspectiveRH(0.8f, 640.0f / 480.0f, 1.0f, 10000.0f), 1e-4f);
+  EXPECT_EQ(context->nearPlane, 1.0f);
+  EXPECT_EQ(context->farPlane, 10000.0f);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "scene/camera.h"
@@ -69,20 +67,10 @@ std::vector<Bytes> sampleFiles() {
     auto* leaf = new tstest::Leaf(7);
     auto* light = new LightOmni;
     light->transformation = place;
-    give(*light, light->ambientController,
-         static_cast<ts3d::controller::ControllerBase<color>*>(new Const<color>(color(0, 0, 0, 1))));
     give(*light, light->diffuseController,
          static_cast<ts3d::controller::ControllerBase<color>*>(new Const<color>(color(1, 1, 1, 1))));
-    give(*light, light->specularController,
-         static_cast<ts3d::controller::ControllerBase<color>*>(new Const<color>(color(0, 0, 0, 1))));
     give(*light, light->rangeController,
          static_cast<ts3d::controller::ControllerBase<float>*>(new Const<float>(50.0f)));
-    give(*light, light->attenuation0Controller,
-         static_cast<ts3d::controller::ControllerBase<float>*>(new Const<float>(1.0f)));
-    give(*light, light->attenuation1Controller,
-         static_cast<ts3d::controller::ControllerBase<float>*>(new Const<float>(0.0f)));
-    give(*light, light->attenuation2Controller,
-         static_cast<ts3d::controller::ControllerBase<float>*>(new Const<float>(0.0f)));
     light->included = {leaf, nullptr};
     light->shadowCasters = {leaf};
     auto* camera = new CameraSimple;
@@ -97,65 +85,14 @@ std::vector<Bytes> sampleFiles() {
   return files;
 }
 
-struct Outcome {
-  bool loaded = false;
-  std::vector<std::string> boxes;
-};
-
-// Reads a file and frees what the read gave.
-Outcome read(const Bytes& file) {
-  Outcome outcome;
-  tstest::RecordingTracer tracer;
-  std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
-  outcome.loaded = root != nullptr;
-  outcome.boxes = tracer.texts('b');
-  return outcome;
-}
-
-// Heap blocks that reading a file and freeing its result leaves behind.
-long leakOf(const Bytes& file) {
-  const long before = tstest::liveHeapBlocks();
-  {
-    tstest::RecordingTracer tracer;
-    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
-  }
-  return tstest::liveHeapBlocks() - before;
-}
-
 class HostileScene : public tstest::SceneTest {};
 
 TEST_F(HostileScene, EveryTruncationIsRefusedWithOneMessageAndFreesAll) {
-  const std::vector<Bytes> files = sampleFiles();
-  ASSERT_EQ(files.size(), 4u);
-  // Once each way first, so that lasting first-use allocations don't count.
-  read(files[3]);
-  read(Bytes(files[3].begin(), files[3].end() - 1));
-
-  for (const Bytes& file : files) {
-    const Outcome whole = read(file);
-    ASSERT_TRUE(whole.loaded) << "the intact sample must load";
-    EXPECT_TRUE(whole.boxes.empty());
-    EXPECT_EQ(leakOf(file), 0) << "an intact read, deleted, frees all too";
-    for (size_t length = 0; length < file.size(); ++length) {
-      const long before = tstest::liveHeapBlocks();
-      bool loaded = false;
-      {
-        const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
-        tstest::RecordingTracer tracer;
-        std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(cut));
-        loaded = root != nullptr;
-        if (length >= 4) {
-          EXPECT_EQ(tracer.texts('b').size(), 1u) << "cut at " << length << " of " << file.size();
-        }
-      }
-      EXPECT_FALSE(loaded) << "cut at " << length << " of " << file.size();
-      EXPECT_EQ(tstest::liveHeapBlocks(), before) << "cut at " << length << " of " << file.size();
-    }
-  }
+  for (const Bytes& file : sampleFiles()) tstest::expectEveryCutRefused(file);
 }
 
 TEST_F(HostileScene, TheCounterSeesAnObjectThatIsNotFreed) {
-  // The leak check above can fail: a block kept alive shows as one more live block.
+  // The leak checks can fail: a block kept alive shows as one more live block.
   const long before = tstest::liveHeapBlocks();
   auto* kept = new TransformationPRS;
   EXPECT_EQ(tstest::liveHeapBlocks(), before + 1);
@@ -163,63 +100,31 @@ TEST_F(HostileScene, TheCounterSeesAnObjectThatIsNotFreed) {
   EXPECT_EQ(tstest::liveHeapBlocks(), before);
 }
 
-void expectRefused(const Bytes& file, const std::string& reason) {
-  const Outcome outcome = read(file);
-  EXPECT_FALSE(outcome.loaded);
-  EXPECT_EQ(outcome.boxes, std::vector<std::string>{"TSIO : Unreadable file : " + reason});
-  EXPECT_EQ(leakOf(file), 0);
-}
-
-TEST_F(HostileScene, MeshCountBeyondTheBytesLeftIsRefusedBeforeAnythingIsMade) {
+// A light of null controllers whose included list has the given count and entries.
+Bytes lightWithList(uint32_t size, const std::function<void(FileBuilder&)>& list) {
   FileBuilder file;
-  file.header("LTOM", 0, 36);
+  file.header("LTOM", 0, size);
   for (int i = 0; i < 8; ++i) file.u32(0);
-  file.u32(0x7FFFFFFF);
-  expectRefused(file.bytes, "a count of 2147483647 items of 4 bytes or more, with 0 bytes left in chunk LTOM (id 0)");
-
-  FileBuilder negative;
-  negative.header("LTOM", 0, 44);
-  for (int i = 0; i < 8; ++i) negative.u32(0);
-  negative.u32(0).u32(0xFFFFFFFF).u32(0);
-  expectRefused(negative.bytes,
-                "a count of 4294967295 items of 4 bytes or more, with 4 bytes left in chunk LTOM (id 0)");
+  list(file);
+  return file.bytes;
 }
 
-TEST_F(HostileScene, AMeshListEntryNamingNothingIsRefused) {
-  FileBuilder file;
-  file.header("LTOM", 0, 44);
-  for (int i = 0; i < 8; ++i) file.u32(0);
-  file.u32(1).u32(0x80000005).u32(0);
-  const Outcome outcome = read(file.bytes);
-  EXPECT_FALSE(outcome.loaded);
-  EXPECT_EQ(outcome.boxes.size(), 1u);
-  EXPECT_EQ(leakOf(file.bytes), 0);
-}
-
-TEST_F(HostileScene, AnUnownedMeshInALightIsRefused) {
-  // A mesh list entry stored in full inside the light has nobody to own it.
-  FileBuilder file;
-  file.header("LTOM", 0, 65);
-  for (int i = 0; i < 8; ++i) file.u32(0);
-  file.u32(1).header("tLEF", 1, 13).u32(1).u32(0).u32(0).u8(0);
-  file.u32(0);
-  const Outcome outcome = read(file.bytes);
-  EXPECT_FALSE(outcome.loaded);
-  ASSERT_EQ(outcome.boxes.size(), 1u);
-  EXPECT_NE(outcome.boxes[0].find("has no owner"), std::string::npos) << outcome.boxes[0];
-  EXPECT_EQ(leakOf(file.bytes), 0);
-}
-
-TEST_F(HostileScene, ALightInTheMatrixSlotOfATransformationIsRefused) {
+TEST_F(HostileScene, BrokenMeshListsAndMisplacedObjectsAreRefused) {
+  tstest::expectRefused(lightWithList(36, [](FileBuilder& f) { f.u32(0x7FFFFFFF); }),
+                        "a count of 2147483647 items of 4 bytes or more, with 0 bytes left in chunk LTOM (id 0)");
+  tstest::expectRefused(lightWithList(44, [](FileBuilder& f) { f.u32(0).u32(0xFFFFFFFF).u32(0); }),
+                        "a count of 4294967295 items of 4 bytes or more, with 4 bytes left in chunk LTOM (id 0)");
+  // An entry naming nothing.
+  tstest::expectRefused(lightWithList(44, [](FileBuilder& f) { f.u32(1).u32(0x80000005).u32(0); }), "");
+  // An entry stored in full inside the light has nobody to own it.
+  tstest::expectRefused(
+      lightWithList(65, [](FileBuilder& f) { f.u32(1).header("tLEF", 1, 13).u32(1).u32(0).u32(0).u8(0).u32(0); }),
+      "has no owner");
   // CMTX holding a light instead of a matrix controller.
-  FileBuilder file;
-  file.header("CMTX", 0, 52).header("LTOM", 1, 40);
-  for (int i = 0; i < 10; ++i) file.u32(0);
-  const Outcome outcome = read(file.bytes);
-  EXPECT_FALSE(outcome.loaded);
-  ASSERT_EQ(outcome.boxes.size(), 1u);
-  EXPECT_NE(outcome.boxes[0].find("unexpected class"), std::string::npos) << outcome.boxes[0];
-  EXPECT_EQ(leakOf(file.bytes), 0);
+  FileBuilder matrixSlot;
+  matrixSlot.header("CMTX", 0, 52).header("LTOM", 1, 40);
+  for (int i = 0; i < 10; ++i) matrixSlot.u32(0);
+  tstest::expectRefused(matrixSlot.bytes, "unexpected class");
 }
 
 }  // namespace

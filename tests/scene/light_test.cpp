@@ -189,27 +189,6 @@ class LightDeviceTest : public tstest::ContextTest {
 
 int green(uint32_t pixel) { return static_cast<int>((pixel >> 8) & 0xFF); }
 
-TEST_F(LightDeviceTest, ApplySwitchesTheLightOnInTheDevice) {
-  TransformationPRS place(vect3(0, 0, 3), quat(0, 0, 0, 1), vect3(1, 1, 1));
-  LightOmni light;
-  light.transformation = &place;
-  makeWhite(light);
-  light.update(0.0f);
-  context->clearLights();
-  light.apply();
-  EXPECT_EQ(context->lightCount, 1u);
-  D3DLIGHT9 read = {};
-  ASSERT_EQ(proxy->real()->GetLight(0, &read), D3D_OK);
-  EXPECT_EQ(read.Type, D3DLIGHT_POINT);
-  EXPECT_EQ(read.Position.z, 3.0f);
-  EXPECT_EQ(read.Diffuse.r, 1.0f);
-  EXPECT_EQ(read.Range, 100.0f);
-  BOOL enabled = FALSE;
-  proxy->real()->GetLightEnable(0, &enabled);
-  EXPECT_TRUE(enabled);
-  light.transformation = nullptr;
-}
-
 TEST_F(LightDeviceTest, AQuadFacingTheLightIsBrighterThanOneFacingAway) {
   TransformationPRS front(vect3(0, 0, 3), quat(0, 0, 0, 1), vect3(1, 1, 1));
   TransformationPRS behind(vect3(0, 0, -3), quat(0, 0, 0, 1), vect3(1, 1, 1));

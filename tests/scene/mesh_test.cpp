@@ -40,25 +40,6 @@ class SetupModifier : public ts3d::Modifier {
   void store(tsio::OutStream&) override {}
 };
 
-// The mesh that a file holds as the second child of a test node, whose first child is a
-// material; read back, owned by the returned node.
-struct ReadMesh {
-  std::unique_ptr<tsio::Serializable> root;
-  MeshSimple* mesh = nullptr;
-  TestMaterial* material = nullptr;
-};
-
-ReadMesh readBack(const Bytes& file) {
-  ReadMesh read;
-  read.root.reset(tstest::loadFromBytes(file));
-  auto* node = dynamic_cast<tstest::Node*>(read.root.get());
-  if (node && node->children.size() == 2) {
-    read.material = dynamic_cast<TestMaterial*>(node->children[0]);
-    read.mesh = dynamic_cast<MeshSimple*>(node->children[1]);
-  }
-  return read;
-}
-
 TEST_F(MeshTest, RoundTripKeepsEveryFieldAndSharesTheMaterial) {
   tstest::Node owner("owner");
   auto* material = new TestMaterial("stone", 2);
@@ -74,24 +55,29 @@ TEST_F(MeshTest, RoundTripKeepsEveryFieldAndSharesTheMaterial) {
   const Bytes file = tstest::storeToBytes(&owner, 0);
 
   tstest::RecordingTracer tracer;
-  const ReadMesh read = readBack(file);
-  ASSERT_NE(read.mesh, nullptr);
+  auto readOwner = tstest::loadAs<tstest::Node>(file);
+  ASSERT_NE(readOwner, nullptr);
+  ASSERT_EQ(readOwner->children.size(), 2u);
+  auto* readMaterial = dynamic_cast<TestMaterial*>(readOwner->children[0]);
+  auto* readMesh = dynamic_cast<MeshSimple*>(readOwner->children[1]);
+  ASSERT_NE(readMesh, nullptr);
+  ASSERT_NE(readMaterial, nullptr);
   EXPECT_TRUE(tracer.messages.empty());
-  EXPECT_EQ(read.mesh->material(), read.material) << "the mesh points at the material its owner holds";
-  EXPECT_EQ(read.material->name, "stone");
-  EXPECT_TRUE(read.mesh->hidden());
-  EXPECT_TRUE(read.mesh->castsShadow());
-  EXPECT_EQ(read.mesh->materialIds, (std::vector<uint32_t>{4, 9}));
-  auto* geometry = dynamic_cast<GeometrySimple*>(read.mesh->geometry());
+  EXPECT_EQ(readMesh->material(), readMaterial) << "the mesh points at the material its owner holds";
+  EXPECT_EQ(readMaterial->name, "stone");
+  EXPECT_TRUE(readMesh->hidden());
+  EXPECT_TRUE(readMesh->castsShadow());
+  EXPECT_EQ(readMesh->materialIds, (std::vector<uint32_t>{4, 9}));
+  auto* geometry = dynamic_cast<GeometrySimple*>(readMesh->geometry());
   ASSERT_NE(geometry, nullptr);
   EXPECT_EQ(geometry->positions, dynamic_cast<GeometrySimple*>(mesh->geometry())->positions);
-  EXPECT_EQ(read.mesh->modifierStack, nullptr);
-  auto* readPlace = dynamic_cast<TransformationPRS*>(read.mesh->transformation);
+  EXPECT_EQ(readMesh->modifierStack, nullptr);
+  auto* readPlace = dynamic_cast<TransformationPRS*>(readMesh->transformation);
   ASSERT_NE(readPlace, nullptr);
-  EXPECT_TRUE(read.mesh->ownsTransformation);
+  EXPECT_TRUE(readMesh->ownsTransformation);
   EXPECT_EQ(readPlace->positionValue, vect3(1, 2, 3));
   // Stored again, the read mesh gives the same bytes.
-  EXPECT_EQ(tstest::storeToBytes(read.root.get(), 0), file);
+  EXPECT_EQ(tstest::storeToBytes(readOwner.get(), 0), file);
 }
 
 TEST_F(MeshTest, AStoredStackComesBackWithTheMeshGeometryAsItsSource) {
@@ -238,41 +224,25 @@ TEST_F(MeshTest, CreateResourcesWithoutGeometryReportsOnce) {
   EXPECT_EQ(tracer.texts('b'), std::vector<std::string>{"MeshSimple has no geometry."});
 }
 
-// What reading a hostile file gives: no object, one message, no block left behind.
-void expectRefused(const Bytes& file, const std::string& reason) {
-  {
-    tstest::RecordingTracer tracer;
-    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
-    EXPECT_EQ(root, nullptr);
-    EXPECT_EQ(tracer.texts('b'), std::vector<std::string>{"TSIO : Unreadable file : " + reason});
-  }
-  // Measured on a read of its own: the messages kept above are heap blocks too.
-  const long before = tstest::liveHeapBlocks();
-  {
-    tstest::RecordingTracer tracer;
-    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
-  }
-  EXPECT_EQ(tstest::liveHeapBlocks(), before);
-}
-
 TEST_F(MeshTest, HostileBodiesAreRefusedAndFreeAll) {
   // An id count beyond the bytes left.
   FileBuilder huge;
   tstest::headerV(huge, "MESM", 2, 0, 18).u32(0).u8(0).u8(0).u32(0x40000000).u32(0).u32(0);
-  expectRefused(huge.bytes, "a count of 1073741824 items of 4 bytes or more, with 8 bytes left in chunk MESM (id 0)");
+  tstest::expectRefused(huge.bytes,
+                        "a count of 1073741824 items of 4 bytes or more, with 8 bytes left in chunk MESM (id 0)");
 
   // A camera where the geometry belongs.
   FileBuilder wrong;
   tstest::headerV(wrong, "MESM", 2, 0, 54).u32(1);
   tstest::headerV(wrong, "cASM", 1, 1, 24).u32(0).u32(0).u32(0).u32(0).u32(0).u32(0);
   wrong.u8(0).u8(0).u32(0).u32(0).u32(0);
-  expectRefused(wrong.bytes, "a mesh's geometry holds a cASM where a geometry belongs in chunk MESM (id 0)");
+  tstest::expectRefused(wrong.bytes, "a mesh's geometry holds a cASM where a geometry belongs in chunk MESM (id 0)");
 
   // A mesh whose geometry arrives as a reference to itself.
   FileBuilder self;
   tstest::headerV(self, "MESM", 2, 0, 22).u32(1).u32(0x80000000).u8(0).u8(0).u32(0).u32(0).u32(0);
-  expectRefused(self.bytes,
-                "a mesh's geometry holds the object with id 0 where a geometry belongs in chunk MESM (id 0)");
+  tstest::expectRefused(self.bytes,
+                        "a mesh's geometry holds the object with id 0 where a geometry belongs in chunk MESM (id 0)");
 
   // Every cut of a whole mesh with geometry, material owner and place.
   tstest::Node owner("owner");
@@ -283,28 +253,7 @@ TEST_F(MeshTest, HostileBodiesAreRefusedAndFreeAll) {
   mesh->transformation = new TransformationPRS;
   mesh->ownsTransformation = true;
   owner.children = {material, mesh};
-  const Bytes file = tstest::storeToBytes(&owner, 0);
-  // Once whole, so that lasting first-use allocations don't count.
-  {
-    tstest::RecordingTracer tracer;
-    std::unique_ptr<tsio::Serializable> warm(tstest::loadFromBytes(file));
-    ASSERT_NE(warm, nullptr);
-  }
-  for (size_t length = 4; length < file.size(); ++length) {
-    const long before = tstest::liveHeapBlocks();
-    bool loaded = false;
-    size_t boxes = 0;
-    {
-      tstest::RecordingTracer tracer;
-      std::unique_ptr<tsio::Serializable> root(
-          tstest::loadFromBytes(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length))));
-      loaded = root != nullptr;
-      boxes = tracer.texts('b').size();
-    }
-    EXPECT_FALSE(loaded) << "cut at " << length;
-    EXPECT_EQ(boxes, 1u) << "cut at " << length;
-    EXPECT_EQ(tstest::liveHeapBlocks(), before) << "cut at " << length;
-  }
+  tstest::expectEveryCutRefused(tstest::storeToBytes(&owner, 0));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "scene/hierarchy_node.h"
@@ -17,49 +16,12 @@ using ts3d::SceneHierarchy;
 using tstest::Bytes;
 using tstest::FileBuilder;
 
-struct Outcome {
-  bool loaded = false;
-  std::vector<std::string> boxes;
-  long leaked = 0;
-};
-
-Outcome read(const Bytes& file) {
-  Outcome outcome;
-  {
-    tstest::RecordingTracer tracer;
-    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
-    outcome.loaded = root != nullptr;
-    outcome.boxes = tracer.texts('b');
-  }
-  // Measured on a read of its own: the messages kept above are heap blocks too.
-  const long before = tstest::liveHeapBlocks();
-  {
-    tstest::RecordingTracer tracer;
-    std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file));
-  }
-  outcome.leaked = tstest::liveHeapBlocks() - before;
-  return outcome;
-}
-
-void expectRefused(const Bytes& file, const std::string& reason) {
-  const Outcome outcome = read(file);
-  EXPECT_FALSE(outcome.loaded);
-  ASSERT_EQ(outcome.boxes.size(), 1u);
-  EXPECT_NE(outcome.boxes[0].find(reason), std::string::npos) << outcome.boxes[0];
-  EXPECT_EQ(outcome.leaked, 0);
-}
+using tstest::expectRefused;
 
 // A node of no target and no transformation.
 FileBuilder& node(FileBuilder& file, uint16_t id) { return file.header("HINO", id, 8).u32(0).u32(0); }
 
-class SceneHostileTest : public tstest::SceneTest {
- protected:
-  void SetUp() override {
-    tstest::SceneTest::SetUp();
-    // Once whole, so that lasting first-use allocations don't count.
-    read(tstest::storeToBytes(std::unique_ptr<SceneHierarchy>(tstest::sampleScene()).get(), 0));
-  }
-};
+class SceneHostileTest : public tstest::SceneTest {};
 
 TEST_F(SceneHostileTest, CountsBeyondTheBytesLeftAreRefusedBeforeAnythingIsSized) {
   FileBuilder list;
@@ -109,7 +71,8 @@ Bytes chainOfNodes(int levels) {
 }
 
 TEST_F(SceneHostileTest, TreesDeeperThanTheCapAreRefused) {
-  const Outcome deepest = read(chainOfNodes(static_cast<int>(SceneHierarchy::kMaxTreeDepth)));
+  const tstest::CountedRead deepest =
+      tstest::readCounted(chainOfNodes(static_cast<int>(SceneHierarchy::kMaxTreeDepth)));
   EXPECT_TRUE(deepest.loaded);
   EXPECT_TRUE(deepest.boxes.empty());
   EXPECT_EQ(deepest.leaked, 0);
@@ -146,16 +109,8 @@ TEST_F(SceneHostileTest, ANodeTwiceInTheTreeOrACameraOutsideTheListIsRefused) {
 }
 
 TEST_F(SceneHostileTest, EveryTruncationOfAWholeSceneIsRefusedAndFreesAll) {
-  const Bytes file = tstest::storeToBytes(std::unique_ptr<SceneHierarchy>(tstest::sampleScene()).get(), 0);
-  const Outcome whole = read(file);
-  ASSERT_TRUE(whole.loaded);
-  EXPECT_EQ(whole.leaked, 0) << "an intact read, deleted, frees all too";
-  for (size_t length = 4; length < file.size(); ++length) {
-    const Outcome cut = read(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)));
-    EXPECT_FALSE(cut.loaded) << "cut at " << length;
-    EXPECT_EQ(cut.boxes.size(), 1u) << "cut at " << length;
-    EXPECT_EQ(cut.leaked, 0) << "cut at " << length;
-  }
+  tstest::expectEveryCutRefused(
+      tstest::storeToBytes(std::unique_ptr<SceneHierarchy>(tstest::sampleScene()).get(), 0));
 }
 
 }  // namespace

@@ -36,6 +36,19 @@ inline void expectMatrixNear(const ts3d::matrix& actual, const ts3d::matrix& exp
       EXPECT_NEAR(actual.m[row][column], expected.m[row][column], tolerance) << "element " << row << ", " << column;
 }
 
+// Row vector (x, y, z, 1) times m, written out so that tests don't lean on the code's helpers.
+inline ts3d::vect3 transformPoint(const ts3d::matrix& m, const ts3d::vect3& p) {
+  return ts3d::vect3(p.x * m.m[0][0] + p.y * m.m[1][0] + p.z * m.m[2][0] + m.m[3][0],
+                     p.x * m.m[0][1] + p.y * m.m[1][1] + p.z * m.m[2][1] + m.m[3][1],
+                     p.x * m.m[0][2] + p.y * m.m[1][2] + p.z * m.m[2][2] + m.m[3][2]);
+}
+
+inline void expectVectNear(const ts3d::vect3& actual, const ts3d::vect3& expected, float tolerance = 1e-5f) {
+  EXPECT_NEAR(actual.x, expected.x, tolerance);
+  EXPECT_NEAR(actual.y, expected.y, tolerance);
+  EXPECT_NEAR(actual.z, expected.z, tolerance);
+}
+
 inline ts3d::matrix identityMatrix() {
   return ts3d::matrix(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
 }

@@ -21,9 +21,10 @@ using ts3d::TransformationPRS;
 using ts3d::vect3;
 using ts3d::controller::Const;
 using ts3d::controller::Linear;
-using tstest::Bytes;
 using tstest::FileBuilder;
+using tstest::expectVectNear;
 using tstest::floats;
+using tstest::transformPoint;
 
 const float kHalfRoot2 = std::sqrt(0.5f);
 // A quarter turn about +Z: in row-vector order it takes +X to +Y.
@@ -40,26 +41,7 @@ void install(ControllerTransformation& target, ts3d::controller::ControllerBase<
   target.addController(scale);
 }
 
-vect3 transformPoint(const matrix& m, const vect3& p) {
-  // Row vector (x, y, z, 1) times m, written out so that the test doesn't lean on the helper.
-  return vect3(p.x * m.m[0][0] + p.y * m.m[1][0] + p.z * m.m[2][0] + m.m[3][0],
-               p.x * m.m[0][1] + p.y * m.m[1][1] + p.z * m.m[2][1] + m.m[3][1],
-               p.x * m.m[0][2] + p.y * m.m[1][2] + p.z * m.m[2][2] + m.m[3][2]);
-}
-
-void expectVectNear(const vect3& actual, const vect3& expected) {
-  EXPECT_NEAR(actual.x, expected.x, 1e-5f);
-  EXPECT_NEAR(actual.y, expected.y, 1e-5f);
-  EXPECT_NEAR(actual.z, expected.z, 1e-5f);
-}
-
 class Transformations : public tstest::SceneTest {};
-
-TEST_F(Transformations, ComposeKeepsTheTranslationUnscaled) {
-  const matrix m = composeMatrix(vect3(1, 2, 3), quat(0, 0, 0, 1), vect3(2, 2, 2));
-  const matrix expected(2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 1, 2, 3, 1);
-  tstest::expectMatrixNear(m, expected, 0.0f);
-}
 
 TEST_F(Transformations, ComposeScalesThenRotatesThenTranslates) {
   const matrix m = composeMatrix(vect3(10, 0, 0), kQuarterZ, vect3(2, 1, 1));
@@ -69,25 +51,6 @@ TEST_F(Transformations, ComposeScalesThenRotatesThenTranslates) {
   // (0, 1, 0) keeps its length under the scale and turns to -X.
   expectVectNear(transformPoint(m, vect3(0, 1, 0)), vect3(9, 0, 0));
   expectVectNear(transformPoint(m, vect3(0, 0, 0)), vect3(10, 0, 0));
-}
-
-TEST_F(Transformations, DefaultFixedTransformationIsTheIdentity) {
-  TransformationPRS prs;
-  tstest::expectMatrixNear(*prs.matrix(), tstest::identityMatrix(), 0.0f);
-  expectVectNear(*prs.scale(), vect3(1, 1, 1));
-  EXPECT_EQ(*prs.rotation(), quat(0, 0, 0, 1));
-}
-
-TEST_F(Transformations, FixedMatrixIsComputedOnce) {
-  TransformationPRS prs(vect3(1, 2, 3), quat(0, 0, 0, 1), vect3(1, 1, 1));
-  EXPECT_FALSE(prs.matrixValid);
-  const matrix* first = prs.matrix();
-  EXPECT_TRUE(prs.matrixValid);
-  // A change behind its back shows that the stored matrix comes back, not a new one.
-  prs.positionValue = vect3(7, 7, 7);
-  const matrix* second = prs.matrix();
-  EXPECT_EQ(first, second);
-  EXPECT_EQ(second->m[3][0], 1.0f);
 }
 
 TEST_F(Transformations, FixedTransformationBodyIsTenFloats) {
@@ -234,7 +197,6 @@ TEST_F(Transformations, AControllerOfTheWrongTypeIsRefused) {
   FileBuilder file;
   file.header("CPRS", 0, 24).header("CCFL", 1, 4);
   floats(file, {1}).u32(0).u32(0);
-  std::vector<std::string> boxes;
   tstest::RecordingTracer tracer;
   std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file.bytes));
   EXPECT_EQ(root, nullptr);

@@ -20,7 +20,6 @@
 #include "io/persistence.h"
 #include "io/serializable.h"
 #include "scene/controller/linear.h"
-#include "scene/controller/register.h"
 
 namespace {
 
@@ -139,7 +138,6 @@ uint32_t u32At(const std::vector<char>& bytes, size_t at) {
 }
 
 int run(const fs::path& folder) {
-  ts3d::controller::registerControllerChunks();
   const std::string plain = (folder / "tracks_none.ts2").string();
   const std::string packed = (folder / "tracks_iobz.ts2").string();
   std::unique_ptr<TrackSet> original = makeTracks();

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "context/context.h"
-#include "scene/register.h"
 #include "scene/render_queue.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
@@ -105,7 +104,6 @@ int main() {
   }
   ts3d::Context* context = ts3d::Context::instance;
   auto* proxy = static_cast<tstest::ProxyDevice*>(context->device);
-  ts3d::registerSceneChunks();
   ts3d::SceneHierarchy* scene = stressScene();
   scene->createResources();
 

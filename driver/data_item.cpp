@@ -5,7 +5,6 @@
 #include "driver/host/project.h"
 #include "io/persistence.h"
 #include "materials/texture_bitmap_file.h"
-#include "scene/register.h"
 #include "scene/scene_hierarchy.h"
 
 namespace {
@@ -15,7 +14,6 @@ constexpr const char* kSceneDescription = "a ts3d 2 scene (should see how much d
 // The scene in the persistence file at path, with its device resources; null when the file
 // can't be opened or its root is not a scene.
 ts3d::SceneHierarchy* readScene(const std::string& path) {
-  ts3d::registerSceneChunks();
   std::unique_ptr<tsio::InStream> in(tsio::openInStream(path));
   if (!in) return nullptr;
   std::unique_ptr<tsio::Serializable> root(in->readObject());

@@ -35,23 +35,15 @@ GeometryComposite::~GeometryComposite() {
 }
 
 bool GeometryComposite::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() != kVersion) return false;
+  if (!in.acceptsVersion(kVersion, kVersion)) return false;
 
   uint32_t count = 0;
   if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return false;
   children.reserve(children.size() + count);
-  for (uint32_t i = 0; i < count; ++i) {
-    Geometry* child = tsio::readOwned<Geometry>(in);
-    if (!in.isGood()) return false;
-    if (!child) {
-      // Every draw walks the children: a hole would be drawn through.
-      in.fail("a composite geometry holds a null or unknown child");
-      return false;
-    }
-    // Into the list at once: the destructor releases what was adopted if a later child fails.
-    children.push_back(child);
-  }
-  return true;
+  // Children are taken as they come: a null or unknown one stays a null entry, which every
+  // walk over the children passes by.
+  for (uint32_t i = 0; i < count && in.isGood(); ++i) children.push_back(tsio::readOwned<Geometry>(in));
+  return in.isGood();
 }
 
 void GeometryComposite::store(tsio::OutStream& out) {
@@ -61,27 +53,32 @@ void GeometryComposite::store(tsio::OutStream& out) {
 }
 
 void GeometryComposite::draw() {
-  for (Geometry* child : children) child->draw();
+  for (Geometry* child : children)
+    if (child) child->draw();
 }
 
 void GeometryComposite::prepare() {
-  for (Geometry* child : children) child->prepare();
+  for (Geometry* child : children)
+    if (child) child->prepare();
 }
 
 void GeometryComposite::createResources() {
-  for (Geometry* child : children) child->createResources();
+  for (Geometry* child : children)
+    if (child) child->createResources();
 }
 
 BoundingSphere GeometryComposite::boundingSphere() {
   BoundingSphere sphere;
   sphere.radius = -FLT_MAX;  // any child's sphere replaces it
-  for (Geometry* child : children) sphere = fold(sphere, child->boundingSphere());
+  for (Geometry* child : children)
+    if (child) sphere = fold(sphere, child->boundingSphere());
   return sphere;
 }
 
 BoundingBox GeometryComposite::boundingBox() {
   BoundingBox box = GeometrySimple::emptyBox();
   for (Geometry* child : children) {
+    if (!child) continue;
     const BoundingBox b = child->boundingBox();
     box.minimum.x = std::fmin(box.minimum.x, b.minimum.x);
     box.minimum.y = std::fmin(box.minimum.y, b.minimum.y);
@@ -96,6 +93,7 @@ BoundingBox GeometryComposite::boundingBox() {
 GeometrySimple* GeometryComposite::merged() const {
   uint64_t total = 0;
   for (Geometry* child : children) {
+    if (!child) continue;
     const GeometrySimple* simple = dynamic_cast<const GeometrySimple*>(child);
     if (!simple) {
       traceWarnIf(true, "GeometryComposite : only triangle lists can be merged; the shadow is left out");
@@ -111,6 +109,7 @@ GeometrySimple* GeometryComposite::merged() const {
 
   GeometrySimple* result = new GeometrySimple(false, false);
   for (Geometry* child : children) {
+    if (!child) continue;
     const GeometrySimple* simple = static_cast<const GeometrySimple*>(child);
     const uint16_t base = static_cast<uint16_t>(result->positions.size());
     result->positions.insert(result->positions.end(), simple->positions.begin(), simple->positions.end());

@@ -26,8 +26,7 @@ class GeometryComposite : public Geometry {
   GeometryComposite(const GeometryComposite&) = delete;
   GeometryComposite& operator=(const GeometryComposite&) = delete;
 
-  // Refuses (fails the stream) a child that is null or not a geometry; what was read before
-  // the refusal stays owned here.
+  // A null child, or one that isn't a geometry, stays a null entry.
   bool load(tsio::InStream& in) override;
   void store(tsio::OutStream& out) override;
   bool isComposite() const override { return true; }

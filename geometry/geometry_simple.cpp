@@ -1,5 +1,6 @@
 #include "geometry/geometry_simple.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
@@ -116,8 +117,6 @@ void GeometrySimple::releaseBuffers() {
 // ---- persistence ----------------------------------------------------------------------
 
 bool GeometrySimple::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() > kVersion) return false;
-
   int32_t signedFlags = 0;
   in.readInt32(&signedFlags);
   if (!in.isGood()) return false;
@@ -162,20 +161,11 @@ bool GeometrySimple::load(tsio::InStream& in) {
       }
     }
     if (flags & kFlagChannels) {
-      // A channel of many vertices may need more than 4 GB: then one channel can't fit.
-      const uint64_t channelBytes = static_cast<uint64_t>(vertexTotal) * kCoordinateBytes;
-      const uint32_t minChannelBytes =
-          channelBytes == 0 ? 1u : (channelBytes > 0xFFFFFFFFull ? 0xFFFFFFFFu : static_cast<uint32_t>(channelBytes));
       uint32_t channelTotal = 0;
-      if (!in.readCount(&channelTotal, minChannelBytes)) return false;
+      in.readInt32(reinterpret_cast<int32_t*>(&channelTotal));
+      // A vertex format holds at most `sets` coordinate sets: later channels are stepped over.
       const uint32_t sets = tangentSpace ? kMaxCoordinateSets - 2 : kMaxCoordinateSets;
-      if (channelTotal > sets) {
-        char reason[96];
-        std::snprintf(reason, sizeof reason, "%u texture channels, where a vertex format holds %u", channelTotal, sets);
-        in.fail(reason);
-        return false;
-      }
-      newChannels.resize(channelTotal);
+      newChannels.resize(std::min(channelTotal, sets));
       for (TextureChannel& channel : newChannels) {
         if (!fits(in, vertexTotal, kCoordinateBytes, "texture coordinates")) return false;
         channel.coordinates.resize(vertexTotal);
@@ -184,6 +174,12 @@ bool GeometrySimple::load(tsio::InStream& in) {
           in.readFloat(&t.v);
         }
       }
+      const uint64_t skipped = (channelTotal - newChannels.size()) * static_cast<uint64_t>(vertexTotal);
+      if (skipped > static_cast<uint64_t>(in.remaining()) / kCoordinateBytes) {
+        in.failf("%u texture channels of %u vertices, with %d bytes left", channelTotal, vertexTotal, in.remaining());
+        return false;
+      }
+      in.skip(static_cast<int32_t>(skipped * kCoordinateBytes));
     }
   }
   if (flags & kFlagFaces) {
@@ -201,41 +197,7 @@ bool GeometrySimple::load(tsio::InStream& in) {
   }
   if (!in.isGood()) return false;
 
-  // What the geometry will hold: the vectors just read, the others as they were.
   const bool hasVertexData = (flags & kFlagVertices) != 0;
-  const size_t vertices = hasVertexData && (flags & kFlagPositions) ? newPositions.size() : positions.size();
-  const size_t normalCount = hasVertexData && (flags & kFlagNormals) ? newNormals.size() : normals.size();
-  const size_t colorCount = hasVertexData && (flags & kFlagColors) ? newColors.size() : colors.size();
-  const std::vector<TextureChannel>& channels =
-      hasVertexData && (flags & kFlagChannels) ? newChannels : textureChannels;
-  const std::vector<Face>& finalFaces = (flags & kFlagFaces) ? newFaces : faces;
-
-  // Every vector that holds a value per vertex holds one for each vertex, or none: the
-  // buffer writer and the tangent code index them all by vertex number.
-  auto sameLength = [&](size_t count, const char* what) {
-    if (count == 0 || count == vertices) return true;
-    char reason[128];
-    std::snprintf(reason, sizeof reason, "%zu %s for %zu vertices", count, what, vertices);
-    in.fail(reason);
-    return false;
-  };
-  if (!sameLength(normalCount, "normals") || !sameLength(colorCount, "colours")) return false;
-  for (const TextureChannel& channel : channels)
-    if (!sameLength(channel.coordinates.size(), "texture coordinates")) return false;
-
-  // A face naming a vertex that doesn't exist would make the device read past the buffer.
-  for (size_t f = 0; f < finalFaces.size(); ++f) {
-    for (uint16_t v : finalFaces[f].vertex) {
-      if (v >= vertices) {
-        char reason[128];
-        std::snprintf(reason, sizeof reason, "face %zu names vertex %u of %zu", f, static_cast<unsigned int>(v),
-                      vertices);
-        in.fail(reason);
-        return false;
-      }
-    }
-  }
-
   if (hasVertexData) {
     if (flags & kFlagPositions) positions.swap(newPositions);
     if (flags & kFlagNormals) normals.swap(newNormals);
@@ -248,7 +210,25 @@ bool GeometrySimple::load(tsio::InStream& in) {
   dynamicIndices = (flags & kFlagDynamicIndices) != 0;
   hasTangentSpace = tangentSpace;
   boxValid = false;
+  conformToVertices();
   return true;
+}
+
+void GeometrySimple::conformToVertices() {
+  // The buffer writer and the tangent code index every per-vertex vector by vertex number, so
+  // one of another length than positions is cut or padded with zeros, as store pads.
+  const size_t vertices = positions.size();
+  if (!normals.empty()) normals.resize(vertices, vect3(0.0f, 0.0f, 0.0f));
+  if (!colors.empty()) colors.resize(vertices, color(0.0f, 0.0f, 0.0f, 0.0f));
+  for (TextureChannel& channel : textureChannels) channel.coordinates.resize(vertices);
+  // A face naming a vertex that doesn't exist would make the device read past the buffer:
+  // such a geometry keeps its vertices and draws nothing.
+  for (const Face& f : faces)
+    for (uint16_t v : f.vertex)
+      if (v >= vertices) {
+        faces.clear();
+        return;
+      }
 }
 
 void GeometrySimple::store(tsio::OutStream& out) {

@@ -53,9 +53,10 @@ class GeometrySimple : public Geometry {
   GeometrySimple(const GeometrySimple&) = delete;
   GeometrySimple& operator=(const GeometrySimple&) = delete;
 
-  // Refuses (fails the stream) what could not be drawn safely: counts beyond the bytes
-  // left, more coordinate sets than a vertex format holds, per-vertex vectors of unequal
-  // length, faces naming vertices that don't exist. Nothing changes on a refusal.
+  // Refuses (fails the stream) counts beyond the bytes left. What can't be drawn safely is
+  // made safe in this object alone: coordinate sets beyond what a vertex format holds are
+  // stepped over, per-vertex vectors take the length of positions, and faces naming
+  // vertices that don't exist are dropped.
   bool load(tsio::InStream& in) override;
   void store(tsio::OutStream& out) override;
   void draw() override;
@@ -107,6 +108,8 @@ class GeometrySimple : public Geometry {
   static BoundingBox emptyBox();
 
  protected:
+  void conformToVertices();
+
   // What the current buffers were made for. updateBuffers and draw follow it rather than
   // the vectors, which may have changed since, so no write or draw leaves the buffers.
   struct BufferLayout {

@@ -13,7 +13,7 @@ void ModifierStack::deleteOutputs() {
 }
 
 bool ModifierStack::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() != kVersion) return false;
+  if (!in.acceptsVersion(kVersion, kVersion)) return false;
 
   uint32_t count = 0;
   if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return false;

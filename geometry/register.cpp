@@ -1,16 +1,15 @@
-#include "geometry/register.h"
-
 #include "geometry/geometry_composite.h"
 #include "geometry/geometry_simple.h"
 #include "geometry/modifier_stack.h"
 #include "io/chunk_registry.h"
 
 namespace ts3d {
+namespace {
 
-void registerGeometryChunks() {
-  static tsio::ChunkRegistrer<GeometrySimple> simple(GeometrySimple::kCode);
-  static tsio::ChunkRegistrer<GeometryComposite> composite(GeometryComposite::kCode);
-  static tsio::ChunkRegistrer<ModifierStack> stack(ModifierStack::kCode);
-}
+// The registry is full before the first call into the module: static objects, made at start-up.
+tsio::ChunkRegistrer<GeometrySimple> simple(GeometrySimple::kCode);
+tsio::ChunkRegistrer<GeometryComposite> composite(GeometryComposite::kCode);
+tsio::ChunkRegistrer<ModifierStack> stack(ModifierStack::kCode);
 
+}  // namespace
 }  // namespace ts3d

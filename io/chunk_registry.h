@@ -7,10 +7,10 @@
 #include "io/stream.h"
 
 // The registry: one global table from chunk code to the factory of its class, filled by static
-// ChunkRegistrer objects before any file is read. A class registers itself in its own source:
-//   static tsio::ChunkRegistrer<MyClass> registrer(tsio::fourCC("MYCL"));
-// (A static library drops object files that nothing refers to, registrers included: link such
-// code as an OBJECT library or make sure something else in the file is used.)
+// ChunkRegistrer objects at start-up, before any file is read:
+//   tsio::ChunkRegistrer<MyClass> registrer(tsio::fourCC("MYCL"));
+// A static library drops object files that nothing names, registrers included: each library
+// keeps its registrers in one file that its programs link whole (see register.cpp).
 namespace tsio {
 
 class CRSerializable {

@@ -91,24 +91,16 @@ Serializable* InStreamChunked::readNested() {
   pushHeader();
   const int kind = readChunkHeader();
   Serializable* object = nullptr;
-  if (!inner->isGood())
+  if (!inner->isGood()) {
     reject(format("the file ends inside the object at byte %d", start));
-  else if (kind == 1)
+  } else if (kind == kChunk) {
     object = readChunk();
-  else if (kind == 2)
-    object = readReference();
+  } else if (kind == kReference) {
+    // An id that isn't in the table gives null, and stays null.
+    object = objects[currentId];
+  }
   popHeader();
   return object;
-}
-
-Serializable* InStreamChunked::readReference() {
-  const auto word = static_cast<uint32_t>(headers.back().code);
-  const auto entry = objects.find(currentId);
-  if ((word & 0x7FFF0000u) != 0 || entry == objects.end()) {
-    reject(format("the reference %08X names no object read before it", word));
-    return nullptr;
-  }
-  return entry->second;
 }
 
 Serializable* InStreamChunked::readChunk() {
@@ -127,15 +119,10 @@ Serializable* InStreamChunked::readChunk() {
     reject(format("chunks nest deeper than %u levels", static_cast<unsigned>(kMaxDepth)));
     return nullptr;
   }
-  if (objects.count(header.id)) {
-    reject(format("chunk %s uses the id of an earlier object", describe(code, header.id).c_str()));
-    return nullptr;
-  }
   CRSerializable* registrer = findChunk(code);
   if (!registrer) {
     traceBox("TSIO : Unknown chunk read : %c%c%c%c, version : %d, size : %d", shown(code, 0), shown(code, 1),
              shown(code, 2), shown(code, 3), header.version, currentSize);
-    objects[header.id] = nullptr;  // references to it give null
     inner->skip(currentSize);
     return nullptr;
   }
@@ -155,51 +142,36 @@ bool InStreamChunked::readObjectBody(Serializable* object) {
   // Only the body that readChunk asked for enters the tables; any other is read in place.
   if (!expectingBody) return object->load(*this);
   expectingBody = false;
-  const Header& header = headers.back();
-  objects[header.id] = object;  // first, so that the body's references to itself resolve
-  made[object] = Made{static_cast<uint32_t>(header.code), header.id, true, false};
+  // First, so that the body's references to itself resolve. A later chunk with the same id
+  // takes the entry over; the earlier object stays in `made`, so nothing is lost.
+  objects[headers.back().id] = object;
+  made[object] = Made{true, false};
   const bool accepted = object->load(*this);
   made[object].loading = false;
   return accepted;
 }
 
 Serializable* InStreamChunked::finishGraph(Serializable* root) {
+  std::vector<Serializable*> unclaimed;
+  for (const auto& [object, state] : made)
+    if (object != root && !state.claimed) unclaimed.push_back(object);
+  made.clear();
   if (failure.empty()) {
-    const Made* orphan = nullptr;
-    for (const auto& [object, state] : made)
-      if (object != root && !state.adopted && (!orphan || state.id < orphan->id)) orphan = &state;
-    if (orphan) reject(format("object %s has no owner", describe(orphan->code, orphan->id).c_str()));
-  }
-  if (failure.empty()) {
-    made.clear();
+    if (root) root->keepUnowned(unclaimed);
     return root;
   }
   traceBox("TSIO : Unreadable file : %s", failure.c_str());
-  // Owners delete what they adopted: deleting the rest releases everything exactly once.
-  for (const auto& [object, state] : made)
-    if (!state.adopted) delete object;
-  made.clear();
+  // Owners delete what they claimed: deleting the rest releases everything exactly once.
+  for (Serializable* object : unclaimed) delete object;
+  delete root;
   objects.clear();
   return nullptr;
 }
 
-bool InStreamChunked::adopt(Serializable* object) {
-  if (!object) return false;
+bool InStreamChunked::claim(Serializable* object) {
   const auto entry = made.find(object);
-  if (entry == made.end()) {
-    reject("an object that this read didn't make can't get an owner");
-    return false;
-  }
-  Made& state = entry->second;
-  if (state.loading) {
-    reject(format("object %s would be owned inside itself", describe(state.code, state.id).c_str()));
-    return false;
-  }
-  if (state.adopted) {
-    reject(format("object %s has two owners", describe(state.code, state.id).c_str()));
-    return false;
-  }
-  state.adopted = true;
+  if (entry == made.end() || entry->second.loading || entry->second.claimed) return false;
+  entry->second.claimed = true;
   return true;
 }
 
@@ -217,16 +189,16 @@ void InStreamChunked::reject(const std::string& reason) {
 int InStreamChunked::readChunkHeader() {
   Header& header = headers.back();
   inner->readInt32(&header.code);
-  if (header.code == 0) return 0;
+  if (header.code == 0) return kNullWord;
   if (header.code < 0) {
     currentId = static_cast<uint16_t>(static_cast<uint32_t>(header.code) & 0xFFFFu);
-    return 2;
+    return kReference;
   }
   inner->readUint16(&header.version);
   inner->readUint16(&currentId);
   inner->readInt32(&currentSize);
   header.id = currentId;
-  return 1;
+  return kChunk;
 }
 
 void InStreamChunked::pushHeader() { headers.push_back(Header{0, 0, 0, 0}); }

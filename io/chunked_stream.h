@@ -32,13 +32,16 @@ class OutStreamChunked : public OutStreamComposite {
   bool refusedObjects = false;
 };
 
-// Reads a graph of objects. The first readObject outside any load reads a whole graph: if any
-// part of it is malformed (truncated, impossible sizes or counts, nesting beyond kMaxDepth,
-// references to nothing, objects without one owner, a failed load) one message names the
-// fault, every object made for the graph is deleted and the result is null.
+// Reads a graph of objects. The first readObject outside any load reads a whole graph. Damage
+// that could crash, hang or exhaust memory (a body cut short or longer than its chunk, sizes
+// past the bytes left, nesting beyond kMaxDepth, a load that calls fail) refuses the graph:
+// one message names the fault, every object made for it is deleted and the result is null.
+// Anything else the format allows loads: unknown chunks and references to nothing give null.
 class InStreamChunked : public InStreamComposite {
  public:
   static constexpr size_t kMaxDepth = 256;
+  // What readChunkHeader found at the read position.
+  enum HeaderKind : int { kNullWord = 0, kChunk = 1, kReference = 2 };
 
   InStreamChunked(InStream* wrapped, bool ownsWrapped) : InStreamComposite(wrapped, ownsWrapped) {}
 
@@ -50,8 +53,7 @@ class InStreamChunked : public InStreamComposite {
   int32_t chunkVersion() override { return headers.empty() ? 0 : headers.back().version; }
   int32_t chunkSize() override { return currentSize; }
   void fail(const std::string& reason) override;
-  bool adopt(Serializable* object) override;
-  // 0 null, 1 chunk, 2 reference to an object stored earlier.
+  bool claim(Serializable* object) override;
   virtual int readChunkHeader();
   virtual void pushHeader();
   virtual void popHeader();
@@ -65,14 +67,11 @@ class InStreamChunked : public InStreamComposite {
   };
   // What the stream knows of each object made for the graph being read.
   struct Made {
-    uint32_t code;
-    uint16_t id;
     bool loading;
-    bool adopted;
+    bool claimed;
   };
 
   Serializable* readNested();
-  Serializable* readReference();
   Serializable* readChunk();
   Serializable* finishGraph(Serializable* root);
   // Keeps the first fault only: later ones are mostly its consequences.

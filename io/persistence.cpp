@@ -3,7 +3,6 @@
 #include "io/chunked_stream.h"
 #include "io/stream_bzip2.h"
 #include "io/stream_file.h"
-#include "io/trace.h"
 
 namespace tsio {
 
@@ -27,10 +26,7 @@ InStream* openInStream(InStream* source, bool ownsSource) {
     delete unpacked;
     return nullptr;
   }
-  if (source->isGood())
-    traceBox("TSIO : Unreadable file : its magic %08X is neither NONE nor IOBZ", magic);
-  else
-    traceBox("TSIO : Unreadable file : it is too short to hold a magic");
+  // Not a persistence file: null, and the caller says what it was looking for.
   if (ownsSource) delete source;
   return nullptr;
 }

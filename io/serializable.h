@@ -1,51 +1,45 @@
 #pragma once
 
+#include <vector>
+
 #include "io/stream.h"
 
 namespace tsio {
 
 // Base of every persisted class. store opens with out.beginChunk(code, currentVersion) and
 // writes the body with the typed operations; load reads the same fields in the same order,
-// with the chunk header already read. A load that meets a version beyond what it knows
-// returns false before reading anything.
+// with the chunk header already read.
 //
-// Ownership of what a load reads. Every object made while reading a file belongs to exactly
-// one owner: the caller for the root, or the object that adopted it. Owned fields are read
-// with readOwned, which adopts; fields that merely point at an object owned elsewhere are
-// read with readShared. An object that nobody adopts, two owners of one object, or an owner
-// inside its own subtree make the file unreadable, and then the stream deletes what it made:
-// each owner must delete exactly what it adopted, in its destructor, and not before the read
-// of the file has ended (the stream may still hand the object out as a reference).
+// Ownership of what a load reads. Owned fields are read with readOwned, which claims the
+// object: its first claim makes the claimant the owner, which deletes it in its destructor.
+// A second claim, or a claim of an object whose own body is still being read, gives null, so
+// that a file can make nothing be deleted twice or own itself. Fields that merely point at an
+// object are read with readShared. Objects that nothing claimed go to the root's keepUnowned
+// once the whole file is read: other objects may point at them.
 class Serializable {
  public:
   virtual bool load(InStream& in) = 0;
   virtual void store(OutStream& out) = 0;
   virtual ~Serializable() = default;
+  // Takes the objects of this root's file that no owner claimed; they must live as long as
+  // the root. By default they stay for the life of the process, as nothing owns them.
+  virtual void keepUnowned(std::vector<Serializable*>& objects);
 };
 
-// Reads an object that the caller owns from now on. Null when the stream holds a null
-// reference or an unknown chunk there; an object of another class than T fails the stream.
+// Reads an object field that the caller owns from now on. Null for a null word, an unknown
+// chunk, a reference to nothing, an object of another class than T (it stays in the file's
+// graph), or an object that another field owns already.
 template <class T>
 T* readOwned(InStream& in) {
-  Serializable* object = in.readObject();
-  if (!object) return nullptr;
-  T* typed = dynamic_cast<T*>(object);
-  if (!typed) {
-    in.fail("an owned object is of an unexpected class");
-    return nullptr;
-  }
-  return in.adopt(object) ? typed : nullptr;
+  T* typed = dynamic_cast<T*>(in.readObject());
+  return typed && in.claim(typed) ? typed : nullptr;
 }
 
-// Reads a pointer to an object that another object owns (or the object being read itself).
-// Null for a null reference or an unknown chunk; another class than T fails the stream.
+// Reads a pointer to an object that something else owns (or the object being read itself).
+// Null for a null word, an unknown chunk, a reference to nothing or an object of another class.
 template <class T>
 T* readShared(InStream& in) {
-  Serializable* object = in.readObject();
-  if (!object) return nullptr;
-  T* typed = dynamic_cast<T*>(object);
-  if (!typed) in.fail("a referenced object is of an unexpected class");
-  return typed;
+  return dynamic_cast<T*>(in.readObject());
 }
 
 }  // namespace tsio

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "io/trace.h"
+
 // Typed streams. Every value is stored as its raw little-endian image, with no tag and no
 // padding; strings end with a 0 byte and have no length field. The object operations
 // (readObject, writeObject, beginChunk) only mean something on the chunked streams.
@@ -39,11 +41,18 @@ class InStream {
   virtual ~InStream();
   virtual bool isOpen() = 0;
 
-  // Every file may be hostile. A load that finds its data impossible calls fail: the read of
-  // the whole object graph then gives null with one message. The reason names what is wrong.
+  // Every file may be hostile. A load that finds data that could crash, hang or exhaust memory
+  // calls fail: the read of the whole object graph then gives null with one message. The
+  // reason names what is wrong.
   virtual void fail(const std::string& reason) = 0;
+  void failf(const char* format, ...) TS_PRINTF_FORMAT(2, 3);
   // Makes the caller the owner of an object that this stream read, see serializable.h.
-  virtual bool adopt(Serializable* object);
+  virtual bool claim(Serializable* object);
+
+  // The one version rule of every class that tests its version: on a chunked stream a body of
+  // a version outside lowest..highest is stepped over whole and the result is false, so that
+  // the parent reads on in step; the class then reads nothing. Plain streams have no versions.
+  bool acceptsVersion(int32_t lowest, int32_t highest);
 
   // Bytes between the read position and the end, never negative.
   int32_t remaining();

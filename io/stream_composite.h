@@ -40,7 +40,7 @@ class InStreamComposite : public InStream {
   int32_t chunkSize() override { return inner->chunkSize(); }
   bool isOpen() override { return inner->isOpen(); }
   void fail(const std::string& reason) override { inner->fail(reason); }
-  bool adopt(Serializable* object) override { return inner->adopt(object); }
+  bool claim(Serializable* object) override { return inner->claim(object); }
 
  protected:
   InStream* inner;

@@ -1,7 +1,5 @@
 #include "materials/material_simple.h"
 
-#include <cstdio>
-
 #include "context/context.h"
 #include "io/trace.h"
 #include "materials/controller_slot.h"
@@ -32,7 +30,6 @@ MaterialSimple::~MaterialSimple() {
   delete emissiveController;
   delete powerController;
   delete opacityController;
-  for (TextureStage* owned : ownedStages) delete owned;
 }
 
 void MaterialSimple::setDiffuseController(controller::ControllerBase<color>* replacement) {
@@ -61,14 +58,6 @@ void MaterialSimple::setStage(uint32_t index, TextureStage* added) {
   }
   if (index >= stages.size()) stages.resize(index + 1, nullptr);
   stages[index] = added;
-}
-
-void MaterialSimple::adoptStage(uint32_t index, TextureStage* added) {
-  setStage(index, added);
-  if (stage(index) == added)
-    ownedStages.push_back(added);
-  else
-    delete added;
 }
 
 TextureStage* MaterialSimple::stage(uint32_t index) { return index < stages.size() ? stages[index] : nullptr; }
@@ -132,11 +121,7 @@ void MaterialSimple::applyPass(uint32_t) {
 }
 
 bool MaterialSimple::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() > kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(0, kVersion)) return false;
   const int32_t version = in.isChunked() ? in.chunkVersion() : kVersion;
   loadController(in, diffuseController);
   loadController(in, ambientController);
@@ -154,18 +139,11 @@ bool MaterialSimple::load(tsio::InStream& in) {
   orderValue = order;
   uint32_t count = 0;
   if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return false;
-  if (count > kMaxStages) {
-    char reason[120];
-    std::snprintf(reason, sizeof reason, "a material with %u texture stages, of which at most %u fit the device",
-                  count, kMaxStages);
-    in.fail(reason);
-    return false;
-  }
   stages.clear();
   for (uint32_t i = 0; i < count && in.isGood(); ++i) {
-    TextureStage* loaded = tsio::readOwned<TextureStage>(in);
-    if (loaded) ownedStages.push_back(loaded);
-    stages.push_back(loaded);
+    TextureStage* loaded = tsio::readShared<TextureStage>(in);
+    // The device has kMaxStages stages and the shadow state no more: later ones are read and left out.
+    if (i < kMaxStages) stages.push_back(loaded);
   }
   return in.isGood();
 }

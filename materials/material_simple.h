@@ -50,8 +50,6 @@ class MaterialSimple : public Material {
   virtual RenderStateBlock& renderStates() { return stateBlock; }
   // Grows the list with null entries up to index; an index of kMaxStages or more is refused.
   virtual void setStage(uint32_t index, TextureStage* stage);
-  // setStage, and the material owns the stage from then on (refused indices delete it).
-  void adoptStage(uint32_t index, TextureStage* stage);
   virtual TextureStage* stage(uint32_t index);
   virtual uint32_t stageCount();
   virtual Texture* stageTexture(uint32_t index);
@@ -77,12 +75,10 @@ class MaterialSimple : public Material {
   int32_t orderValue = 0;
   D3DMATERIAL9 d3dMaterial;
   bool isStatic = false;
-  std::vector<TextureStage*> stages;
+  std::vector<TextureStage*> stages;  // not owned: a stage may serve several materials
 
  private:
   void buildMaterial();
-
-  std::vector<TextureStage*> ownedStages;  // those read from a file or adopted
 };
 
 }  // namespace ts3d

@@ -72,11 +72,7 @@ bool TextureBitmapFile::embed() {
 }
 
 bool TextureBitmapFile::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() != kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(kVersion, kVersion)) return false;
   uint32_t flags = 0;
   in.readUint32(&flags);
   if (!in.isGood()) return false;

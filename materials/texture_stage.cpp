@@ -121,11 +121,7 @@ void TextureStage::apply(uint32_t stage) {
 }
 
 bool TextureStage::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() > kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(0, kVersion)) return false;
   const int32_t version = in.isChunked() ? in.chunkVersion() : kVersion;
   texture = tsio::readShared<Texture>(in);
   if (!states.load(in) || !in.isGood()) return false;

@@ -83,11 +83,7 @@ float CameraSimple::focusDistance() {
 }
 
 bool CameraSimple::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() != kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(kVersion, kVersion)) return false;
   loadTransformation(in);
   loadController(in, fovController);
   loadController(in, nearController);

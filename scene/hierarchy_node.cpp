@@ -1,7 +1,6 @@
 #include "scene/hierarchy_node.h"
 
 #include "scene/controller_transformation.h"
-#include "scene/typed_read.h"
 
 namespace ts3d {
 
@@ -64,15 +63,14 @@ bool HierarchyNode::load(tsio::InStream& in) {
   int32_t hasTarget = 0;
   in.readInt32(&hasTarget);
   if (hasTarget & 1) {
-    target = readTyped<HierarchyNode>(in, "a node's target", "a node", false);
-    auto* roll = readTyped<controller::ControllerBase<float>>(in, "a node's roll", "a float controller", true);
+    target = tsio::readShared<HierarchyNode>(in);
+    auto* roll = tsio::readOwned<controller::ControllerBase<float>>(in);
     if (roll) {
       delete rollController;
       rollController = roll;
     }
   }
-  if (auto* loaded =
-          readTyped<ControllerTransformation>(in, "a node's transformation", "an animated transformation", true)) {
+  if (auto* loaded = tsio::readOwned<ControllerTransformation>(in)) {
     delete transformation;
     transformation = loaded;
   }

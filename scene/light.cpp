@@ -1,6 +1,7 @@
 #include "scene/light.h"
 
 #include "context/context.h"
+#include "scene/mesh.h"
 #include "scene/transformation.h"
 
 namespace ts3d {
@@ -15,18 +16,18 @@ D3DCOLORVALUE colorOf(const controller::ControllerBase<color>* source) {
 
 float floatOf(const controller::ControllerBase<float>* source) { return source ? source->value : 0.0f; }
 
-// An object word per entry; null entries stay.
-void loadList(tsio::InStream& in, std::vector<tsio::Serializable*>& list) {
+// An object word per entry; null entries, and objects that aren't meshes, stay as null.
+void loadList(tsio::InStream& in, std::vector<Mesh*>& list) {
   list.clear();
   uint32_t count = 0;
   if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return;
   list.reserve(count);
-  for (uint32_t i = 0; i < count && in.isGood(); ++i) list.push_back(tsio::readShared<tsio::Serializable>(in));
+  for (uint32_t i = 0; i < count && in.isGood(); ++i) list.push_back(tsio::readShared<Mesh>(in));
 }
 
-void storeList(tsio::OutStream& out, const std::vector<tsio::Serializable*>& list) {
+void storeList(tsio::OutStream& out, const std::vector<Mesh*>& list) {
   out.writeInt32(static_cast<int32_t>(list.size()));
-  for (tsio::Serializable* entry : list) out.writeObject(entry);
+  for (Mesh* entry : list) out.writeObject(entry);
 }
 
 }  // namespace
@@ -64,11 +65,7 @@ void LightOmni::apply() {
 }
 
 bool LightOmni::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() != kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(kVersion, kVersion)) return false;
   loadTransformation(in);
   // The file has ambient first, unlike the fields.
   loadController(in, ambientController);

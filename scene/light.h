@@ -14,14 +14,16 @@
 
 namespace ts3d {
 
+class Mesh;
+
 // A light of the scene: update keeps a device light ready, apply switches it on.
 // The mesh lists hold objects owned by the scene; they are kept as plain objects until the mesh
 // class joins this library, and are only stored and handed out.
 class Light : public Animatable, public tsio::Serializable, public Transformable {
  public:
   virtual void apply() = 0;
-  virtual std::vector<tsio::Serializable*>& includedMeshes() = 0;
-  virtual std::vector<tsio::Serializable*>& shadowMeshes() = 0;
+  virtual std::vector<Mesh*>& includedMeshes() = 0;
+  virtual std::vector<Mesh*>& shadowMeshes() = 0;
   ~Light() override = default;
 };
 
@@ -43,8 +45,8 @@ class LightOmni : public Light {
   void update(float time) override;
   // Needs a Context.
   void apply() override;
-  std::vector<tsio::Serializable*>& includedMeshes() override { return included; }
-  std::vector<tsio::Serializable*>& shadowMeshes() override { return shadowCasters; }
+  std::vector<Mesh*>& includedMeshes() override { return included; }
+  std::vector<Mesh*>& shadowMeshes() override { return shadowCasters; }
 
   bool load(tsio::InStream& in) override;
   void store(tsio::OutStream& out) override;
@@ -57,8 +59,8 @@ class LightOmni : public Light {
   controller::ControllerBase<float>* attenuation1Controller = nullptr;
   controller::ControllerBase<float>* attenuation2Controller = nullptr;
   D3DLIGHT9 d3dLight;
-  std::vector<tsio::Serializable*> included;       // not owned; the engine draws without it
-  std::vector<tsio::Serializable*> shadowCasters;  // not owned; read by the shadow renderer
+  std::vector<Mesh*> included;       // not owned; the engine draws without it
+  std::vector<Mesh*> shadowCasters;  // not owned; read by the shadow renderer
 };
 
 }  // namespace ts3d

@@ -7,7 +7,6 @@
 #include "materials/material.h"
 #include "scene/render_queue.h"
 #include "scene/transformation.h"
-#include "scene/typed_read.h"
 
 namespace ts3d {
 
@@ -106,21 +105,17 @@ bool MeshSimple::addModifier(Modifier* modifier) {
 }
 
 bool MeshSimple::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() > kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(0, kVersion)) return false;
   int32_t flags = 0;
   in.readInt32(&flags);
   if (flags & kFlagGeometry) {
-    if (Geometry* loaded = readTyped<Geometry>(in, "a mesh's geometry", "a geometry", true)) {
+    if (Geometry* loaded = tsio::readOwned<Geometry>(in)) {
       delete meshGeometry;
       meshGeometry = loaded;
     }
   }
   if (flags & kFlagStack) {
-    if (ModifierStack* loaded = readTyped<ModifierStack>(in, "a mesh's modifiers", "a modifier stack", true)) {
+    if (ModifierStack* loaded = tsio::readOwned<ModifierStack>(in)) {
       delete modifierStack;
       modifierStack = loaded;
       if (meshGeometry) modifierStack->setSource(meshGeometry);
@@ -132,7 +127,7 @@ bool MeshSimple::load(tsio::InStream& in) {
   in.readCount(&count, 4);
   materialIds.assign(count, 0);
   for (uint32_t& id : materialIds) in.readUint32(&id);
-  if (Material* loaded = readTyped<Material>(in, "a mesh's material", "a material", false)) meshMaterial = loaded;
+  if (Material* loaded = tsio::readShared<Material>(in)) meshMaterial = loaded;
   loadTransformation(in);
   return in.isGood();
 }

@@ -42,8 +42,7 @@ class Mesh : public Animatable, public tsio::Serializable, public Transformable 
 };
 
 // The engine's mesh. Owns its geometry and modifier stack; material and transformation
-// belong to the scene (a fixed transformation read with the mesh may be adopted, see
-// Transformable). Body of MESM (version 2): int32 flags (0x1 geometry, 0x2 modifier stack),
+// belong to the scene. Body of MESM (version 2): int32 flags (0x1 geometry, 0x2 modifier stack),
 // those objects, bool hidden, bool shadow caster (version 2 only), int32 count and that many
 // int32 material ids, object material, object transformation.
 class MeshSimple : public Mesh {

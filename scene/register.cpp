@@ -1,10 +1,5 @@
-#include "scene/register.h"
-
-#include "geometry/register.h"
 #include "io/chunk_registry.h"
-#include "materials/register.h"
 #include "scene/camera.h"
-#include "scene/controller/register.h"
 #include "scene/controller_transformation.h"
 #include "scene/hierarchy_node.h"
 #include "scene/light.h"
@@ -13,20 +8,18 @@
 #include "scene/transformation.h"
 
 namespace ts3d {
+namespace {
 
-void registerSceneChunks() {
-  controller::registerControllerChunks();
-  registerGeometryChunks();
-  registerMaterialChunks();
-  static tsio::ChunkRegistrer<TransformationPRS> fixedTransformation(TransformationPRS::kCode);
-  static tsio::ChunkRegistrer<ControllerTransformation> animatedTransformation(ControllerTransformation::kCode);
-  static tsio::ChunkRegistrer<ControllerTransformationMatrix> matrixTransformation(
-      ControllerTransformationMatrix::kCode);
-  static tsio::ChunkRegistrer<CameraSimple> camera(CameraSimple::kCode);
-  static tsio::ChunkRegistrer<LightOmni> light(LightOmni::kCode);
-  static tsio::ChunkRegistrer<MeshSimple> mesh(MeshSimple::kCode);
-  static tsio::ChunkRegistrer<HierarchyNode> node(HierarchyNode::kCode);
-  static tsio::ChunkRegistrer<SceneHierarchy> scene(SceneHierarchy::kCode);
-}
+// The registry is full before the first call into the module: static objects, made at start-up.
+tsio::ChunkRegistrer<TransformationPRS> fixedTransformation(TransformationPRS::kCode);
+tsio::ChunkRegistrer<ControllerTransformation> animatedTransformation(ControllerTransformation::kCode);
+tsio::ChunkRegistrer<ControllerTransformationMatrix> matrixTransformation(
+    ControllerTransformationMatrix::kCode);
+tsio::ChunkRegistrer<CameraSimple> camera(CameraSimple::kCode);
+tsio::ChunkRegistrer<LightOmni> light(LightOmni::kCode);
+tsio::ChunkRegistrer<MeshSimple> mesh(MeshSimple::kCode);
+tsio::ChunkRegistrer<HierarchyNode> node(HierarchyNode::kCode);
+tsio::ChunkRegistrer<SceneHierarchy> scene(SceneHierarchy::kCode);
 
+}  // namespace
 }  // namespace ts3d

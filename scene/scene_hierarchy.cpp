@@ -1,7 +1,7 @@
 #include "scene/scene_hierarchy.h"
 
-#include <algorithm>
-#include <string>
+#include <set>
+#include <utility>
 
 #include "context/context.h"
 #include "geometry/oriented_box.h"
@@ -15,21 +15,24 @@
 #include "scene/mesh.h"
 #include "scene/render_queue.h"
 #include "scene/scene_renderer.h"
-#include "scene/typed_read.h"
 
 namespace ts3d {
 
 namespace {
 
-// Every member is owned by the scene. Null entries (a null word, or a chunk that nobody
-// knows) are dropped: there is nothing to step or draw in them.
+// A list owns its members. Null entries (a null word, an unknown chunk, an object of another
+// class) are kept: they keep the places of the others.
 template <class T>
-void loadList(tsio::InStream& in, std::vector<T*>& list, const char* place, const char* expected) {
+void loadList(tsio::InStream& in, std::vector<T*>& list) {
   uint32_t count = 0;
   if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return;
   list.reserve(count);
   for (uint32_t i = 0; i < count && in.isGood(); ++i) {
-    if (T* member = readTyped<T>(in, place, expected, true)) list.push_back(member);
+    T* member = tsio::readShared<T>(in);
+    // Only the scene claims objects of these classes: a refused claim is a member that stands
+    // in its lists already, which the destructor deletes once.
+    if (member) in.claim(member);
+    list.push_back(member);
   }
 }
 
@@ -39,30 +42,36 @@ void storeList(tsio::OutStream& out, const std::vector<T*>& list) {
   for (T* member : list) out.writeObject(member);
 }
 
+// Deletes each member that `deleted` doesn't hold yet: an object may stand in several lists.
 template <class T>
-void deleteAll(std::vector<T*>& list, const T* except) {
+void deleteOnce(std::vector<T*>& list, std::set<const void*>& deleted) {
   for (T* member : list)
-    if (member != except) delete member;
+    if (member && deleted.insert(member).second) delete member;
   list.clear();
-}
-
-bool contains(const std::vector<Atmospheric*>& list, const Atmospheric* member) {
-  return std::find(list.begin(), list.end(), member) != list.end();
 }
 
 }  // namespace
 
 SceneHierarchy::~SceneHierarchy() {
-  deleteAll<Light>(lights, nullptr);
-  deleteAll<Camera>(cameras, nullptr);
-  deleteAll<Mesh>(meshes, nullptr);
-  deleteAll<Material>(materials, nullptr);
-  deleteAll<Texture>(textures, nullptr);
-  deleteAll<Atmospheric>(atmospheres, background);
-  deleteAll<Atmospheric>(overlays, background);
-  deleteAll<SceneRenderer>(renderers, nullptr);
-  delete background;
+  std::set<const void*> deleted;
+  deleteOnce(lights, deleted);
+  deleteOnce(cameras, deleted);
+  deleteOnce(meshes, deleted);
+  deleteOnce(materials, deleted);
+  deleteOnce(textures, deleted);
+  std::vector<Atmospheric*> clearing{background};
+  deleteOnce(atmospheres, deleted);
+  deleteOnce(overlays, deleted);
+  deleteOnce(clearing, deleted);
+  deleteOnce(renderers, deleted);
   deleteTree();
+}
+
+void SceneHierarchy::keep(tsio::Serializable* object) { kept.emplace_back(object); }
+
+void SceneHierarchy::keepUnowned(std::vector<tsio::Serializable*>& objects) {
+  for (tsio::Serializable* object : objects) keep(object);
+  objects.clear();
 }
 
 void SceneHierarchy::deleteTree() {
@@ -95,33 +104,53 @@ void SceneHierarchy::update(float time) {
     computeWorld(root, identity);
   }
   onHierarchyUpdated();
-  for (Texture* texture : textures) texture->update(time);
-  for (Material* material : materials) material->update(time);
-  for (Mesh* mesh : meshes) mesh->update(time);
-  for (Camera* camera : cameras) camera->update(time);
-  for (Light* light : lights) light->update(time);
-  for (Atmospheric* atmosphere : atmospheres) atmosphere->update(time);
-  for (Atmospheric* overlay : overlays) overlay->update(time);
-  for (SceneRenderer* renderer : renderers) renderer->update(time);
+  for (Texture* texture : textures)
+    if (texture) texture->update(time);
+  for (Material* material : materials)
+    if (material) material->update(time);
+  for (Mesh* mesh : meshes)
+    if (mesh) mesh->update(time);
+  for (Camera* camera : cameras)
+    if (camera) camera->update(time);
+  for (Light* light : lights)
+    if (light) light->update(time);
+  for (Atmospheric* atmosphere : atmospheres)
+    if (atmosphere) atmosphere->update(time);
+  for (Atmospheric* overlay : overlays)
+    if (overlay) overlay->update(time);
+  for (SceneRenderer* renderer : renderers)
+    if (renderer) renderer->update(time);
 }
 
 void SceneHierarchy::computeWorld(HierarchyNode* node, const matrix& parentWorld) {
-  D3DXMatrixMultiply(&node->worldMatrix, &node->localMatrix, &parentWorld);
-  for (HierarchyNode* child : node->children)
-    if (child) computeWorld(child, node->worldMatrix);
+  // Without recursion: a tree built in code may be deeper than a file's.
+  std::vector<std::pair<HierarchyNode*, const matrix*>> pending{{node, &parentWorld}};
+  while (!pending.empty()) {
+    auto [current, parent] = pending.back();
+    pending.pop_back();
+    D3DXMatrixMultiply(&current->worldMatrix, &current->localMatrix, parent);
+    for (HierarchyNode* child : current->children)
+      if (child) pending.emplace_back(child, &current->worldMatrix);
+  }
 }
 
 void SceneHierarchy::createResources() {
-  for (Texture* texture : textures) texture->createResources();
-  for (Material* material : materials) material->createResources();
-  for (Mesh* mesh : meshes) mesh->createResources();
-  for (SceneRenderer* renderer : renderers) renderer->createResources();
+  for (Texture* texture : textures)
+    if (texture) texture->createResources();
+  for (Material* material : materials)
+    if (material) material->createResources();
+  for (Mesh* mesh : meshes)
+    if (mesh) mesh->createResources();
+  for (SceneRenderer* renderer : renderers)
+    if (renderer) renderer->createResources();
   prepare();
 }
 
 void SceneHierarchy::prepare() {
-  for (Material* material : materials) material->prepare();
-  for (Mesh* mesh : meshes) mesh->prepare();
+  for (Material* material : materials)
+    if (material) material->prepare();
+  for (Mesh* mesh : meshes)
+    if (mesh) mesh->prepare();
 }
 
 void SceneHierarchy::clear(float time) {
@@ -147,7 +176,11 @@ void SceneHierarchy::render() {
     // The renderer's inner render() calls come back here one level deeper.
     const uint32_t index = rendererDepth;
     rendererDepth = index + 1;
-    renderers[count - 1 - index]->render(*this, activeCamera);
+    // A null member of the chain passes the drawing on to the next one in.
+    if (SceneRenderer* renderer = renderers[count - 1 - index])
+      renderer->render(*this, activeCamera);
+    else
+      render();
     rendererDepth = index;
     return;
   }
@@ -161,19 +194,23 @@ void SceneHierarchy::renderContents() {
   Frustum frustum;
   activeCamera->frustum(frustum);
   renderContents(frustum);
-  for (Atmospheric* overlay : overlays) overlay->enter(activeCamera);
+  for (Atmospheric* overlay : overlays)
+    if (overlay) overlay->enter(activeCamera);
 }
 
 void SceneHierarchy::renderContents(const Frustum& frustum) {
   Context* context = Context::instance;
   if (!context) return;
   context->clearLights();
-  for (Atmospheric* atmosphere : atmospheres) atmosphere->enter(activeCamera);
+  for (Atmospheric* atmosphere : atmospheres)
+    if (atmosphere) atmosphere->enter(activeCamera);
   // Lights beyond what the device holds stay off.
   const size_t shining = std::min<size_t>(lights.size(), context->capabilities.maxLights);
-  for (size_t i = 0; i < shining; ++i) lights[i]->apply();
+  for (size_t i = 0; i < shining; ++i)
+    if (lights[i]) lights[i]->apply();
   drawVisible(frustum);
-  for (auto atmosphere = atmospheres.rbegin(); atmosphere != atmospheres.rend(); ++atmosphere) (*atmosphere)->leave();
+  for (auto atmosphere = atmospheres.rbegin(); atmosphere != atmospheres.rend(); ++atmosphere)
+    if (*atmosphere) (*atmosphere)->leave();
 }
 
 RenderQueue* SceneHierarchy::collectVisible() {
@@ -194,26 +231,30 @@ void SceneHierarchy::drawVisible(const Frustum& frustum) {
 
 void SceneHierarchy::queueVisible(const Frustum& frustum, RenderQueue& queue) {
   for (Mesh* mesh : meshes)
-    if (frustum.intersects(*mesh->orientedBox())) mesh->enqueue(queue);
+    if (mesh && frustum.intersects(*mesh->orientedBox())) mesh->enqueue(queue);
 }
 
 void SceneHierarchy::drawBounds() {
   Context* context = Context::instance;
   if (!context) return;
   const color yellow(1.0f, 1.0f, 0.0f, 1.0f);
-  for (Mesh* mesh : meshes) context->drawWireBox(*mesh->orientedBox(), yellow);
+  for (Mesh* mesh : meshes)
+    if (mesh) context->drawWireBox(*mesh->orientedBox(), yellow);
 }
 
 HierarchyNode* SceneHierarchy::loadTree(tsio::InStream& in, uint32_t depth) {
   if (depth >= kMaxTreeDepth) {
-    in.fail("the tree of nodes is deeper than " + std::to_string(kMaxTreeDepth) + " levels");
+    in.failf("the tree of nodes is deeper than %u levels", kMaxTreeDepth);
     return nullptr;
   }
-  HierarchyNode* node = readTyped<HierarchyNode>(in, "the tree", "a node", true);
+  HierarchyNode* node = tsio::readShared<HierarchyNode>(in);
   if (!node) return nullptr;
+  // A node that stands in the tree already is not hung in again, which would make a ring;
+  // its subtree in the file is still read, and hung under that one place.
+  const bool placed = in.claim(node);
   uint32_t count = 0;
-  if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return node;
-  node->children.reserve(count);
+  if (!in.readCount(&count, tsio::InStream::kObjectFieldBytes)) return placed ? node : nullptr;
+  node->children.reserve(node->children.size() + count);
   for (uint32_t i = 0; i < count && in.isGood(); ++i) {
     // Every node read is hung into the tree at once, so that the destructor finds it.
     if (HierarchyNode* child = loadTree(in, depth + 1)) {
@@ -221,38 +262,38 @@ HierarchyNode* SceneHierarchy::loadTree(tsio::InStream& in, uint32_t depth) {
       node->children.push_back(child);
     }
   }
-  return node;
+  return placed ? node : nullptr;
 }
 
-void SceneHierarchy::storeTree(tsio::OutStream& out, HierarchyNode* node) {
-  out.writeObject(node);
-  if (!node) return;
-  out.writeInt32(static_cast<int32_t>(node->children.size()));
-  for (HierarchyNode* child : node->children) storeTree(out, child);
+void SceneHierarchy::storeTree(tsio::OutStream& out) {
+  // Without recursion: a tree built in code may be deeper than a file's.
+  std::vector<HierarchyNode*> pending{root};
+  while (!pending.empty()) {
+    HierarchyNode* node = pending.back();
+    pending.pop_back();
+    out.writeObject(node);
+    if (!node) continue;
+    out.writeInt32(static_cast<int32_t>(node->children.size()));
+    pending.insert(pending.end(), node->children.rbegin(), node->children.rend());
+  }
 }
 
 bool SceneHierarchy::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() > kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
-  loadList(in, textures, "the texture list", "a texture");
-  loadList(in, materials, "the material list", "a material");
+  if (!in.acceptsVersion(0, kVersion)) return false;
+  loadList(in, textures);
+  loadList(in, materials);
   root = loadTree(in, 0);
-  loadList(in, meshes, "the mesh list", "a mesh");
-  loadList(in, cameras, "the camera list", "a camera");
-  activeCamera = readTyped<Camera>(in, "the active camera", "a camera", false);
-  loadList(in, lights, "the light list", "a light");
-  if (in.chunkVersion() == 2) shadowLight = readTyped<Light>(in, "the shadow light", "a light", false);
-  loadList(in, atmospheres, "the atmosphere list", "an atmospheric");
-  loadList(in, overlays, "the overlay list", "an atmospheric");
-  // A background of neither list is the scene's own.
-  Atmospheric* clearing = readTyped<Atmospheric>(in, "the background", "an atmospheric", false);
-  if (clearing && !contains(atmospheres, clearing) && !contains(overlays, clearing) && !in.adopt(clearing))
-    clearing = nullptr;
-  background = clearing;
-  loadList(in, renderers, "the renderer list", "a scene renderer");
+  loadList(in, meshes);
+  loadList(in, cameras);
+  activeCamera = tsio::readShared<Camera>(in);
+  loadList(in, lights);
+  if (in.chunkVersion() == 2) shadowLight = tsio::readShared<Light>(in);
+  loadList(in, atmospheres);
+  loadList(in, overlays);
+  // The scene owns its background, which may also stand in one of the lists.
+  background = tsio::readShared<Atmospheric>(in);
+  if (background) in.claim(background);
+  loadList(in, renderers);
   return in.isGood();
 }
 
@@ -260,7 +301,7 @@ void SceneHierarchy::store(tsio::OutStream& out) {
   out.beginChunk(kCode, kVersion);
   storeList(out, textures);
   storeList(out, materials);
-  storeTree(out, root);
+  storeTree(out);
   storeList(out, meshes);
   storeList(out, cameras);
   out.writeObject(activeCamera);

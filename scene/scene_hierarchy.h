@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "io/serializable.h"
@@ -41,7 +42,7 @@ class Scene : public Animatable, public tsio::Serializable {
 // (each node as an object, then when it isn't null an int32 child count and each child the
 // same way), lists of meshes and cameras, object activeCamera, list of lights, object
 // shadowLight (version 2 only), lists of atmospheres and overlays, object background, list of
-// renderers. Reading refuses members of the wrong class and trees deeper than kMaxTreeDepth.
+// renderers. Members of another class read as null; trees deeper than kMaxTreeDepth are refused.
 class SceneHierarchy : public Scene {
  public:
   static constexpr uint32_t kCode = tsio::fourCC("SCHE");
@@ -80,6 +81,12 @@ class SceneHierarchy : public Scene {
 
   bool load(tsio::InStream& in) override;
   void store(tsio::OutStream& out) override;
+  // What the file holds that nothing owns (texture stages, transformations of meshes, objects
+  // of an unexpected class): its members may point at them.
+  void keepUnowned(std::vector<tsio::Serializable*>& objects) override;
+  // Holds an object made in code that members point at and that nothing else owns (a texture
+  // stage, a fixed transformation); it goes with the scene.
+  void keep(tsio::Serializable* object);
 
   std::vector<SceneRenderer*> renderers;
   uint32_t rendererDepth = 0;         // active renderers; 0 outside render
@@ -98,8 +105,10 @@ class SceneHierarchy : public Scene {
  private:
   void queueVisible(const Frustum& frustum, RenderQueue& queue);
   HierarchyNode* loadTree(tsio::InStream& in, uint32_t depth);
-  void storeTree(tsio::OutStream& out, HierarchyNode* node);
+  void storeTree(tsio::OutStream& out);
   void deleteTree();
+
+  std::vector<std::unique_ptr<tsio::Serializable>> kept;
 };
 
 }  // namespace ts3d

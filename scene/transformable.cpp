@@ -5,20 +5,6 @@
 
 namespace ts3d {
 
-Transformable::~Transformable() {
-  if (ownsTransformation) delete transformation;
-}
-
-void Transformable::loadTransformation(tsio::InStream& in) {
-  Transformation* loaded = tsio::readShared<Transformation>(in);
-  if (ownsTransformation) delete transformation;
-  ownsTransformation = false;
-  transformation = loaded;
-  auto* fixed = dynamic_cast<TransformationPRS*>(loaded);
-  if (fixed && !fixed->hasOwner && in.adopt(fixed)) {
-    fixed->hasOwner = true;
-    ownsTransformation = true;
-  }
-}
+void Transformable::loadTransformation(tsio::InStream& in) { transformation = tsio::readShared<Transformation>(in); }
 
 }  // namespace ts3d

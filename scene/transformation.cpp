@@ -15,11 +15,7 @@ matrix composeMatrix(const vect3& position, const quat& rotation, const vect3& s
 }
 
 bool TransformationPRS::load(tsio::InStream& in) {
-  if (in.isChunked() && in.chunkVersion() != kVersion) {
-    // Unknown layout: step over it so that the enclosing chunk reads on in step.
-    in.skip(in.chunkSize());
-    return false;
-  }
+  if (!in.acceptsVersion(kVersion, kVersion)) return false;
   matrixValid = false;
   controller::readValue(in, positionValue);
   controller::readValue(in, rotationValue);

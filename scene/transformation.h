@@ -49,8 +49,6 @@ class TransformationPRS : public Transformation {
   vect3 scaleValue{1.0f, 1.0f, 1.0f};
   bool matrixValid = false;
   ts3d::matrix matrixValue;
-  // Set when a Transformable adopted this object while reading a file.
-  bool hasOwner = false;
 };
 
 }  // namespace ts3d

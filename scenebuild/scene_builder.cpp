@@ -103,7 +103,8 @@ ts3d::TextureStage* SceneBuilder::stage(ts3d::MaterialSimple* material, ts3d::Te
   if (offsetU)
     made->setControllers(offsetU, constant(0.0f), constant(1.0f), constant(1.0f), constant(0.0f), constant(0.0f),
                          constant(0.0f));
-  material->adoptStage(material->stageCount(), made);
+  material->setStage(material->stageCount(), made);
+  built->keep(made);  // a material doesn't own its stages
   return made;
 }
 

@@ -13,7 +13,6 @@
 
 #include "platform/png_write.h"
 #include "platform/whole_file.h"
-#include "scene/register.h"
 #include "scenebuild/scene_builder.h"
 
 namespace {
@@ -232,7 +231,6 @@ int main(int argc, char** argv) {
   }
   const std::string folder = argv[1];
   CreateDirectoryA(folder.c_str(), nullptr);
-  ts3d::registerSceneChunks();
   scenebuild::SceneBuilder builder;
   buildScene(builder);
   std::string error;

@@ -11,7 +11,6 @@
 #include "io/serializable.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
-#include "scene/controller/register.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/test_chunks.h"
 
@@ -75,7 +74,6 @@ std::pair<int, int> around(ts3d::controller::Linear<T>& linear, float time) {
 // The controller classes are registered for every test.
 class ControllerTest : public testing::Test {
  protected:
-  void SetUp() override { ts3d::controller::registerControllerChunks(); }
 };
 
 // The root read from a file, as a T; null (with a test failure) when the file is refused or the

@@ -6,14 +6,12 @@
 
 #include "io/serializable.h"
 #include "scene/controller/controller.h"
-#include "scene/controller/register.h"
 #include "tests/fuzz/silent_tracer.h"
 #include "tests/support/test_chunks.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   static tsfuzz::SilentTracer silent;
   trace::setTracer(&silent);
-  ts3d::controller::registerControllerChunks();
   return 0;
 }
 

@@ -7,7 +7,6 @@
 
 #include "io/stream_bzip2.h"
 #include "io/stream_memory.h"
-#include "scene/controller/register.h"
 #include "tests/support/controller_samples.h"
 #include "tests/support/test_chunks.h"
 
@@ -71,7 +70,6 @@ int main(int argc, char** argv) {
             save(chunked + "/leaf", tstest::storeToBytes(&leaf, 0)) &&
             save(chunked + "/null_root", tstest::storeToBytes(nullptr, 0));
 
-  ts3d::controller::registerControllerChunks();
   const std::vector<Bytes> controllers = tstest::controllerSampleFiles();
   for (size_t i = 0; i < controllers.size(); ++i)
     ok = ok && save(chunked + "/controller_" + std::to_string(i), controllers[i]);

@@ -293,7 +293,6 @@ TEST(GeometryComposite, LaterVersionIsLeftUnread) {
 }
 
 TEST(GeometryComposite, HostileBodiesGiveNullAMessageAndLeaveNothingBehind) {
-  ts3d::registerGeometryChunks();
   const Bytes good = trackedFile();
   ASSERT_EQ(TrackedGeometry::live, 0);
   {

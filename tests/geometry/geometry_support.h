@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "geometry/geometry_simple.h"
-#include "geometry/register.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/test_chunks.h"
 
@@ -59,7 +58,6 @@ struct ReadOutcome {
 };
 
 inline ReadOutcome readFile(const Bytes& file) {
-  ts3d::registerGeometryChunks();
   RecordingTracer tracer;
   ReadOutcome outcome;
   outcome.root.reset(loadFromBytes(file));

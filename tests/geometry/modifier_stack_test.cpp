@@ -146,7 +146,6 @@ TEST_F(ModifierStackTest, SetSourceTwiceDeletesTheFirstOutputsAndMakesNewOnes) {
 }
 
 TEST_F(ModifierStackTest, RoundTripKeepsModifiersAndNullEntriesAndMakesNoOutputs) {
-  ts3d::registerGeometryChunks();
   Bytes file;
   {
     ModifierStack stored;
@@ -186,7 +185,6 @@ TEST_F(ModifierStackTest, RoundTripKeepsModifiersAndNullEntriesAndMakesNoOutputs
 }
 
 TEST_F(ModifierStackTest, LaterVersionIsLeftUnread) {
-  ts3d::registerGeometryChunks();
   ByteWriter body;
   body.u32(1).text("tMOD").u16(1).u16(1).u32(4).f32(1.0f);
   {
@@ -202,7 +200,6 @@ TEST_F(ModifierStackTest, LaterVersionIsLeftUnread) {
 }
 
 TEST_F(ModifierStackTest, HostileBodiesGiveNullAMessageAndLeaveNothingBehind) {
-  ts3d::registerGeometryChunks();
   Bytes good;
   {
     ModifierStack stored;

@@ -182,7 +182,7 @@ TEST(InStream, PlainStreamsHaveNoChunksAndNoObjects) {
   tstest::Leaf leaf;
   EXPECT_TRUE(in.readObjectBody(&leaf));
   EXPECT_EQ(leaf.number, 1);  // load ran on the plain stream
-  EXPECT_FALSE(in.adopt(&leaf));
+  EXPECT_FALSE(in.claim(&leaf));
 }
 
 TEST(InStreamFile, WriteFloatPutsItsFourBytesAndBoolOneByte) {

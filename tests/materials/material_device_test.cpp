@@ -83,7 +83,6 @@ class MaterialDeviceTest : public tstest::ContextTest {
  protected:
   void SetUp() override {
     tstest::ContextTest::SetUp();
-    ts3d::registerMaterialChunks();
   }
 
   // Clip space is world space; the target cleared to grey.

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "materials/register.h"
 #include "tests/controller/support.h"
 #include "tests/geometry/geometry_support.h"
 
@@ -16,7 +15,6 @@ namespace tstest {
 // The chunk classes of textures, stages and materials are registered for every test.
 class MaterialChunkTest : public testing::Test {
  protected:
-  void SetUp() override { ts3d::registerMaterialChunks(); }
 };
 
 // Offsets in a plain file whose root is one chunk: magic, code, version, id, size, body.

@@ -7,6 +7,7 @@
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/light.h"
+#include "scene/mesh.h"
 #include "scene/transformation.h"
 #include "tests/context/context_fixture.h"
 #include "tests/scene/support.h"
@@ -100,10 +101,10 @@ TEST_F(LightTest, LightBodyHasAmbientFirstAndEndsWithTwoEmptyLists) {
 }
 
 TEST_F(LightTest, MeshListsPointAtObjectsOwnedElsewhereAndKeepNulls) {
-  // A node owns two leaves standing in for meshes; the light lists them behind itself.
+  // A node owns two meshes; the light lists them behind itself.
   tstest::Node root("scene");
-  auto* first = new tstest::Leaf(1);
-  auto* second = new tstest::Leaf(2);
+  auto* first = new ts3d::MeshSimple;
+  auto* second = new ts3d::MeshSimple;
   auto* light = new LightOmni;
   makeWhite(*light);
   light->included = {second, nullptr};
@@ -117,10 +118,10 @@ TEST_F(LightTest, MeshListsPointAtObjectsOwnedElsewhereAndKeepNulls) {
   auto* lightRead = dynamic_cast<LightOmni*>(loaded->children[2]);
   ASSERT_NE(lightRead, nullptr);
   ASSERT_EQ(lightRead->includedMeshes().size(), 2u);
-  EXPECT_EQ(lightRead->includedMeshes()[0], loaded->children[1]);
+  EXPECT_EQ(lightRead->includedMeshes()[0], dynamic_cast<ts3d::Mesh*>(loaded->children[1]));
   EXPECT_EQ(lightRead->includedMeshes()[1], nullptr);
   ASSERT_EQ(lightRead->shadowMeshes().size(), 1u);
-  EXPECT_EQ(lightRead->shadowMeshes()[0], loaded->children[0]);
+  EXPECT_EQ(lightRead->shadowMeshes()[0], dynamic_cast<ts3d::Mesh*>(loaded->children[0]));
   EXPECT_EQ(lightRead->controllers.size(), 7u);
 }
 
@@ -137,7 +138,6 @@ class LightDeviceTest : public tstest::ContextTest {
  protected:
   void SetUp() override {
     tstest::ContextTest::SetUp();
-    ts3d::registerSceneChunks();
   }
 
   // A 4 x 4 quad in the plane z = 0 facing +Z, seen from (0, 0, 5), lit by light; the

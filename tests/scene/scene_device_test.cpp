@@ -10,7 +10,6 @@
 #include "scene/hierarchy_node.h"
 #include "scene/light.h"
 #include "scene/mesh.h"
-#include "scene/register.h"
 #include "scene/render_queue.h"
 #include "scene/scene_hierarchy.h"
 #include "tests/context/context_fixture.h"
@@ -35,7 +34,6 @@ class SceneDeviceTest : public tstest::ContextTest {
  protected:
   void SetUp() override {
     tstest::ContextTest::SetUp();
-    ts3d::registerSceneChunks();
     context->setClearColor(color(0.0f, 0.0f, 1.0f, 1.0f));
   }
 

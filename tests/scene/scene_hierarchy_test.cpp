@@ -81,7 +81,7 @@ TEST_F(SceneHierarchyTest, RoundTripKeepsListsTreeAndSharedObjects) {
   EXPECT_EQ(scene->cameras[0]->transformation, aimer);
   auto* light = dynamic_cast<ts3d::LightOmni*>(scene->lights[0]);
   ASSERT_NE(light, nullptr);
-  EXPECT_EQ(light->included, std::vector<tsio::Serializable*>{mesh});
+  EXPECT_EQ(light->included, std::vector<ts3d::Mesh*>{mesh});
 
   EXPECT_EQ(tstest::storeToBytes(scene.get(), 0), file) << "stored again, the same bytes";
 }

@@ -37,30 +37,6 @@ TEST_F(SceneHostileTest, CountsBeyondTheBytesLeftAreRefusedBeforeAnythingIsSized
                 "a count of 268435456 items of 4 bytes or more, with 36 bytes left in chunk SCHE (id 0)");
 }
 
-TEST_F(SceneHostileTest, MembersOfTheWrongClassAreRefusedByName) {
-  // A camera in the mesh list.
-  FileBuilder meshes;
-  tstest::headerV(meshes, "SCHE", 2, 0, 84).u32(0).u32(0).u32(0).u32(1);
-  meshes.header("cASM", 1, 24);
-  for (int i = 0; i < 6; ++i) meshes.u32(0);
-  for (int i = 0; i < 8; ++i) meshes.u32(0);
-  expectRefused(meshes.bytes, "the mesh list holds a cASM where a mesh belongs in chunk SCHE (id 0)");
-
-  // A light where the tree's root belongs.
-  FileBuilder tree;
-  tstest::headerV(tree, "SCHE", 2, 0, 100).u32(0).u32(0);
-  tree.header("LTOM", 1, 40);
-  for (int i = 0; i < 10; ++i) tree.u32(0);
-  for (int i = 0; i < 10; ++i) tree.u32(0);
-  expectRefused(tree.bytes, "the tree holds a LTOM where a node belongs in chunk SCHE (id 0)");
-
-  // The scene itself named as a material.
-  FileBuilder self;
-  tstest::headerV(self, "SCHE", 2, 0, 52).u32(0).u32(1).u32(0x80000000u);
-  for (int i = 0; i < 10; ++i) self.u32(0);
-  expectRefused(self.bytes, "the material list holds the object with id 0 where a material belongs");
-}
-
 // A chain of nodes, each the only child of the one before.
 Bytes chainOfNodes(int levels) {
   FileBuilder file;
@@ -79,33 +55,6 @@ TEST_F(SceneHostileTest, TreesDeeperThanTheCapAreRefused) {
   expectRefused(chainOfNodes(static_cast<int>(SceneHierarchy::kMaxTreeDepth) + 1),
                 "the tree of nodes is deeper than 256 levels in chunk SCHE (id 0)");
   expectRefused(chainOfNodes(5000), "the tree of nodes is deeper than 256 levels");
-}
-
-TEST_F(SceneHostileTest, ANodeTwiceInTheTreeOrACameraOutsideTheListIsRefused) {
-  FileBuilder twice;
-  tstest::headerV(twice, "SCHE", 2, 0, 100).u32(0).u32(0);
-  node(twice, 1).u32(2);
-  node(twice, 2).u32(0);
-  twice.u32(0x80000002u).u32(0);
-  for (int i = 0; i < 9; ++i) twice.u32(0);
-  expectRefused(twice.bytes, "object HINO (id 2) has two owners");
-
-  // The active camera in full, in no list.
-  FileBuilder camera;
-  tstest::headerV(camera, "SCHE", 2, 0, 80).u32(0).u32(0).u32(0).u32(0).u32(0);
-  camera.header("cASM", 1, 24);
-  for (int i = 0; i < 6; ++i) camera.u32(0);
-  for (int i = 0; i < 6; ++i) camera.u32(0);
-  expectRefused(camera.bytes, "object cASM (id 1) has no owner");
-
-  // A target that the tree never holds.
-  FileBuilder target;
-  tstest::headerV(target, "SCHE", 2, 0, 92).u32(0).u32(0);
-  target.header("HINO", 1, 32).u32(1);
-  node(target, 2).u32(0).u32(0);
-  target.u32(0);
-  for (int i = 0; i < 9; ++i) target.u32(0);
-  expectRefused(target.bytes, "object HINO (id 2) has no owner");
 }
 
 TEST_F(SceneHostileTest, EveryTruncationOfAWholeSceneIsRefusedAndFreesAll) {

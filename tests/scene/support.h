@@ -6,7 +6,6 @@
 #include <cstring>
 #include <vector>
 
-#include "scene/register.h"
 #include "scene/value_types.h"
 #include "tests/controller/support.h"
 
@@ -55,7 +54,6 @@ inline ts3d::matrix identityMatrix() {
 
 class SceneTest : public testing::Test {
  protected:
-  void SetUp() override { ts3d::registerSceneChunks(); }
 };
 
 }  // namespace tstest

@@ -192,16 +192,4 @@ TEST_F(Transformations, MatrixTransformationReportsUnitScaleAndItsTranslation) {
   EXPECT_EQ(*loaded->position(), vect3(4, 5, 6));
 }
 
-TEST_F(Transformations, AControllerOfTheWrongTypeIsRefused) {
-  // A float constant where the position's vect3 controller belongs.
-  FileBuilder file;
-  file.header("CPRS", 0, 24).header("CCFL", 1, 4);
-  floats(file, {1}).u32(0).u32(0);
-  tstest::RecordingTracer tracer;
-  std::unique_ptr<tsio::Serializable> root(tstest::loadFromBytes(file.bytes));
-  EXPECT_EQ(root, nullptr);
-  ASSERT_EQ(tracer.texts('b').size(), 1u);
-  EXPECT_NE(tracer.texts('b')[0].find("unexpected class"), std::string::npos) << tracer.texts('b')[0];
-}
-
 }  // namespace

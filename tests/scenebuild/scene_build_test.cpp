@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "platform/png_write.h"
-#include "scene/register.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
@@ -24,7 +23,6 @@ class SceneBuildTest : public tstest::ContextTest {
  protected:
   void SetUp() override {
     tstest::ContextTest::SetUp();
-    ts3d::registerSceneChunks();
     context->setClearColor(ts3d::color(0, 0, 1, 1));
   }
 

@@ -19,7 +19,13 @@ int Leaf::live = 0;
 
 Node::~Node() {
   for (tsio::Serializable* child : children) delete child;
+  for (tsio::Serializable* object : kept) delete object;
   --live;
+}
+
+void Node::keepUnowned(std::vector<tsio::Serializable*>& objects) {
+  kept.insert(kept.end(), objects.begin(), objects.end());
+  objects.clear();
 }
 
 bool Node::load(tsio::InStream& in) {

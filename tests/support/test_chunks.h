@@ -11,7 +11,8 @@
 // the system uses ("tNOD", "tLEF"). Link them as objects so their registrers are kept.
 namespace tstest {
 
-// A node of a graph: owns its children, points at any object through link.
+// A node of a graph: owns its children, points at any object through link; as a root it
+// keeps what its file holds that nothing owns.
 // Body: string name, float weight, count and owned children, object link; from version 2 on
 // a count and that many bytes of blob.
 class Node : public tsio::Serializable {
@@ -27,9 +28,11 @@ class Node : public tsio::Serializable {
 
   bool load(tsio::InStream& in) override;
   void store(tsio::OutStream& out) override;
+  void keepUnowned(std::vector<tsio::Serializable*>& objects) override;
 
   std::string name;
   float weight = 0.0f;
+  std::vector<tsio::Serializable*> kept;
   std::vector<tsio::Serializable*> children;
   tsio::Serializable* link = nullptr;
   std::vector<uint8_t> blob;

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "driver/data_item.h"
-#include "driver/driver_kmt.h"
-#include "effects/timeline_item.h"
+#include "player/host/driver_interface.h"
 #include "player/host/effect_library.h"
 #include "player/host/host_tree.h"
 #include "player/host/project_file.h"
+
+namespace host {
 
 namespace {
 
@@ -42,7 +42,7 @@ void HostProject::clear() {
   itemNames.clear();
   soundtrack.clear();
   projectText.clear();
-  if (driver.controllerFactory == &factory) driver.setControllerFactory(nullptr);
+  driver.setControllerFactory(nullptr);
 }
 
 bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, LoadError& error) {
@@ -124,3 +124,5 @@ DataItem* HostProject::find(const std::string& name) const {
     if (itemNames[i] == name) return items[i];
   return nullptr;
 }
+
+}  // namespace host

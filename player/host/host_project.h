@@ -3,14 +3,13 @@
 #include <string>
 #include <vector>
 
-#include "driver/host/project.h"
+#include "player/host/driver_interface.h"
 #include "player/host/host_controllers.h"
 #include "player/host/xml_file.h"
 
-class DataItem;
-class DriverKMT;
+namespace host {
+
 class EffectLibrary;
-class TimelineItem;
 struct ProjectFile;
 
 // The host's project: its data items, made by the driver, and its layers of
@@ -64,3 +63,5 @@ class HostProject : public Project, public DataList, public DataLookup {
   std::vector<DataItem*> items;
   std::vector<std::vector<TimelineItem*>> layers;  // the lowest first
 };
+
+}  // namespace host

@@ -156,39 +156,10 @@ TEST(Tsplay, PlaysLayersOfColourAndAKeyedFadeIntoWholeFrames) {
   EXPECT_EQ(framePixel(sheet, 660, 251).r, -1) << "the sheet is 660 x 252";
 }
 
-// A 24-bit BMP file of one colour, as the driver reads data items from disk.
-std::string solidBmp(int width, int height, uint8_t r, uint8_t g, uint8_t b) {
-  const int rowBytes = (width * 3 + 3) & ~3;
-  const int pixelBytes = rowBytes * height;
-  std::string file(54 + pixelBytes, '\0');
-  auto put = [&](size_t at, uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) file[at + i] = static_cast<char>((value >> (8 * i)) & 0xff);
-  };
-  file[0] = 'B';
-  file[1] = 'M';
-  put(2, static_cast<uint32_t>(file.size()), 4);
-  put(10, 54, 4);
-  put(14, 40, 4);
-  put(18, static_cast<uint32_t>(width), 4);
-  put(22, static_cast<uint32_t>(height), 4);
-  put(26, 1, 2);
-  put(28, 24, 2);
-  put(34, static_cast<uint32_t>(pixelBytes), 4);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const size_t at = 54 + static_cast<size_t>(y) * rowBytes + static_cast<size_t>(x) * 3;
-      file[at] = static_cast<char>(b);
-      file[at + 1] = static_cast<char>(g);
-      file[at + 2] = static_cast<char>(r);
-    }
-  }
-  return file;
-}
-
 TEST(Tsplay, DrawsAnImageDataItemNamedByItsParameter) {
   const std::string scratch = player_files::scratchFolder("tsplay_image");
   const std::string frames = player_files::scratchFolder("tsplay_image\\frames");
-  player_files::write(scratch, "tile.bmp", solidBmp(8, 8, 40, 160, 220));
+  player_files::write(scratch, "tile.bmp", player_files::solidBmp(8, 8, 40, 160, 220));
   // The item's path is relative to the project; the picture covers the left half
   // of a dark green ground.
   const std::string project = player_files::write(scratch, "image.xml", R"(<project>

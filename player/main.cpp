@@ -6,6 +6,7 @@
 
 #include "player/host/driver_interface.h"
 #include "player/host/driver_module.h"
+#include "player/host/driver_notices.h"
 #include "player/host/effect_library.h"
 #include "player/host/host_controllers.h"
 #include "player/host/project_file.h"
@@ -182,6 +183,8 @@ int main(int argc, char** argv) {
     if (status != 0) return status;
   }
   if (options.live) {
+    // Someone watches now: the driver's boxes show and wait for an answer.
+    host::driver_notices::showBoxes(true);
     Stage stage(*driver, options.width, options.height, true);
     if (!stage.build(project, library, error)) return fail(error);
     double seconds = options.seconds;

@@ -69,7 +69,10 @@ Stage::~Stage() {
 }
 
 bool Stage::build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error) {
-  if (!hostProject.build(file, library, error)) return false;
+  const bool made = hostProject.build(file, library, error);
+  for (const host::LoadError& warning : hostProject.warnings())
+    std::fprintf(stderr, "tsplay: %s\n", warning.message().c_str());
+  if (!made) return false;
   hostProject.prepare();
   setEffectsOpen(true);
   built = true;

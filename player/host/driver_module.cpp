@@ -2,6 +2,7 @@
 
 #include "player/host/device_tap.h"
 #include "player/host/driver_interface.h"
+#include "player/host/driver_notices.h"
 
 namespace host {
 
@@ -21,6 +22,7 @@ bool DriverModule::load(const std::string& path, std::string& error) {
     error = "'" + path + "' has no entry point TESSARIN_GetDriver";
     return false;
   }
+  driver_notices::attach(module);
   tapDevice(module);
   object = entry();
   return object != nullptr;

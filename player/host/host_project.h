@@ -26,6 +26,9 @@ class HostProject : public Project, public DataList, public DataLookup {
   // project left empty, at the first item or effect that cannot be made.
   bool build(const ProjectFile& file, const EffectLibrary& library, LoadError& error);
 
+  // Warnings of the last build, which went on past them: images the driver cannot decode.
+  const std::vector<LoadError>& warnings() const { return notices; }
+
   // Destroys the effects and data items: before the render window closes.
   void clear();
 
@@ -62,6 +65,7 @@ class HostProject : public Project, public DataList, public DataLookup {
   std::vector<std::string> itemNames;  // parallel to items
   std::vector<DataItem*> items;
   std::vector<std::vector<TimelineItem*>> layers;  // the lowest first
+  std::vector<LoadError> notices;
 };
 
 }  // namespace host

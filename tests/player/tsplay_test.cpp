@@ -61,7 +61,11 @@ Outcome runTsplay(const std::string& arguments, const std::string& scratch) {
   line.push_back('\0');
   PROCESS_INFORMATION process = {};
   if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, bin.c_str(), &startup, &process)) {
-    if (WaitForSingleObject(process.hProcess, 60000) == WAIT_OBJECT_0) GetExitCodeProcess(process.hProcess, &run.exitCode);
+    // A run that waits on something, a box nobody sees, fails instead of hanging the test.
+    if (WaitForSingleObject(process.hProcess, 60000) == WAIT_OBJECT_0)
+      GetExitCodeProcess(process.hProcess, &run.exitCode);
+    else
+      TerminateProcess(process.hProcess, 1);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
   }
@@ -208,6 +212,33 @@ TEST(Tsplay, ProjectsThatCannotPlayStopWithOneMessageAndNoFrames) {
     EXPECT_EQ(run.exitCode, 1u) << c.name;
     EXPECT_EQ(run.err, "tsplay: " + project + ":" + std::to_string(c.line) + ": " + c.problem + "\n") << c.name;
     EXPECT_FALSE(folderExists(frames)) << c.name << ": nothing is written";
+  }
+}
+
+TEST(Tsplay, DriverBoxesAndUndecodableImagesBecomeLinesOnStderrOffline) {
+  const std::string scratch = player_files::scratchFolder("tsplay_notices");
+  // A PNG cut inside its header: the driver keeps the item without a picture.
+  const std::string image = player_files::write(scratch, "cut.png", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
+  struct Case {
+    std::string scene;
+    std::string expected;
+  };
+  const Case cases[] = {
+      // One empty chunk whose code no reader knows: the driver raises a box.
+      {std::string("NONEZZZZ\1\0\0\0\0\0\0\0", 16), "tsplay: TracerDefault::Box: TSIO : Unknown chunk read : ZZZZ"},
+      {"JUNKJUNK", "begins with neither \"NONE\" nor \"IOBZ\""},
+  };
+  for (const Case& c : cases) {
+    player_files::write(scratch, "scene.ts2", c.scene);
+    const std::string project = player_files::write(
+        scratch, "notices.xml",
+        "<project>\n  <data name=\"cut\" path=\"cut.png\"/>\n  <data name=\"scene\" path=\"scene.ts2\"/>\n</project>\n");
+    const Outcome run = runTsplay("\"" + project + "\" --offline \"" + scratch + "\\frames\" --to 1", scratch);
+    EXPECT_EQ(run.exitCode, 1u) << "ends, and the scene stops the run";
+    EXPECT_NE(run.err.find(c.expected), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("tsplay: " + project + ":2: warning: cannot decode the image '" + image + "'\n"),
+              std::string::npos)
+        << run.err;
   }
 }
 

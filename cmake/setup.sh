@@ -48,9 +48,25 @@ ts_fetch_bzip2_source() {
   [ -f "$TS_DEPS/bzip2/bzlib.h" ] || { echo "setup: could not fetch the bzip2 source package" >&2; return 1; }
 }
 
-# Ends the Wine server and the virtual display that the harness started.
+# The Wine server and the virtual display are shared by every command of this
+# checkout that runs Windows programs. Each holds a shared lock on one file for its
+# lifetime, and stops them on exit only when it can take that lock alone at once:
+# the last one out stops them, and no run stops another's.
+ts_use_wine() {
+  local dir=$TS_ROOT/build/windows/wine
+  mkdir -p "$dir"
+  exec {TS_WINE_USER_FD}>>"$dir/users"
+  flock -s "$TS_WINE_USER_FD"
+  # The harness closes it, so that a server or display it starts holds no lock.
+  export TS_WINE_USER_FD
+  trap ts_stop_wine EXIT
+}
+
+# Ends the Wine server and the virtual display that the harness started, unless
+# another command still uses them.
 ts_stop_wine() {
   local dir=$TS_ROOT/build/windows/wine
+  flock -x -n "$TS_WINE_USER_FD" || return 0
   WINEPREFIX=$dir/prefix wineserver -k >/dev/null 2>&1 || true
   [ -f "$dir/display" ] && kill "$(cut -d' ' -f2 "$dir/display")" 2>/dev/null
   rm -f "$dir/display"

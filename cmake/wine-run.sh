@@ -14,6 +14,12 @@ export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
 export HOME=$dir/home
 [ -f "$HOME/.asoundrc" ] || printf 'pcm.!default { type null }\nctl.!default { type hw card 0 }\n' > "$HOME/.asoundrc"
 
+# The caller's hold on the shared server (ts_use_wine) stays with the caller: a
+# server or display started below outlives us and must not keep it.
+if [ -n "${TS_WINE_USER_FD:-}" ]; then
+  eval "exec ${TS_WINE_USER_FD}>&-"
+  unset TS_WINE_USER_FD
+fi
 exec 9>"$dir/lock"
 flock 9
 if [ -z "${DISPLAY:-}" ]; then

@@ -15,11 +15,13 @@ class TimelineItem;
 struct EffectDescriptor;
 
 // The driver object the host receives from the module's one export. The order of
-// the virtual operations is the host's interface: it calls them by position.
-class DriverKMT {
+// the virtual operations is the host's interface: it calls them by position, so
+// there is no virtual destructor in front of them; the one object is a global,
+// never deleted through a pointer.
+class DriverKMT final {
  public:
   DriverKMT() = default;
-  virtual ~DriverKMT() = default;
+  ~DriverKMT() = default;
   DriverKMT(const DriverKMT&) = delete;
   DriverKMT& operator=(const DriverKMT&) = delete;
 

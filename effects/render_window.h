@@ -11,8 +11,10 @@ class Context;
 }
 
 // The host's handle on the rendering context: opens it on the host's window,
-// shows a frame when no effect draws, and presents.
-class RenderWindow {
+// shows a frame when no effect draws, and presents. The four operations are the
+// host's interface, by position; the destructor is not one of them: the window
+// lives inside the driver object and is never deleted through a pointer.
+class RenderWindow final {
  public:
   explicit RenderWindow(std::vector<SurfacePool*> pools = {});
   virtual bool open(HWND window, HMODULE module, uint32_t width, uint32_t height, int32_t bits, bool windowed,
@@ -20,7 +22,7 @@ class RenderWindow {
   virtual void close();
   virtual void drawIdleFrame();
   virtual void present();
-  virtual ~RenderWindow();
+  ~RenderWindow();
   RenderWindow(const RenderWindow&) = delete;
   RenderWindow& operator=(const RenderWindow&) = delete;
 

@@ -4,16 +4,22 @@
 #include <cstdlib>
 #include <string>
 
-#include "driver/driver_kmt.h"
-#include "driver/host/effect_descriptor.h"
-#include "effects/timeline_item.h"
-#include "player/driver_module.h"
+#include "player/host/driver_interface.h"
+#include "player/host/driver_module.h"
+#include "player/host/driver_notices.h"
 #include "player/host/effect_library.h"
 #include "player/host/host_controllers.h"
 #include "player/host/project_file.h"
 #include "player/playback.h"
 
 namespace {
+
+using host::DriverKMT;
+using host::EffectDescriptor;
+using host::EffectLibrary;
+using host::LoadError;
+using host::ParamDescriptor;
+using host::TimelineItem;
 
 struct Options {
   std::string module = "tsDriver.dll";
@@ -122,14 +128,14 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
 void printInfo(DriverKMT* driver, const EffectLibrary& library) {
   std::printf("file filter: %s\n", driver->fileFilter().c_str());
   std::printf("effect library: %s\n", driver->libraryPath().c_str());
-  HostControllerFactory factory;
+  host::HostControllerFactory factory;
   driver->setControllerFactory(&factory);
   int made = 0;
   for (const EffectDescriptor& descriptor : library.effects()) {
     TimelineItem* effect = driver->createEffect(descriptor, descriptor.name);
     std::printf("effect %-16s %s\n", descriptor.name.c_str(), effect ? "made" : "not available in this build");
     for (const ParamDescriptor& param : descriptor.params)
-      std::printf("  %-10s %-16s %s\n", param.name.c_str(), paramKindName(param.kind),
+      std::printf("  %-10s %-16s %s\n", param.name.c_str(), host::paramKindName(param.kind),
                   param.initialValue.empty() ? "(none)" : param.initialValue.c_str());
     if (effect) {
       ++made;
@@ -152,7 +158,7 @@ int main(int argc, char** argv) {
   int exitCode = 0;
   if (!parse(argc, argv, options, exitCode)) return exitCode;
 
-  DriverModule module;
+  host::DriverModule module;
   std::string message;
   if (!module.load(options.module, message)) {
     std::fprintf(stderr, "tsplay: %s\n", message.c_str());
@@ -164,7 +170,7 @@ int main(int argc, char** argv) {
 
   // The library lies where the driver says, relative to our working folder.
   EffectLibrary library;
-  ProjectFile project;
+  host::ProjectFile project;
   LoadError error;
   if (!library.load(driver->libraryPath(), error)) return fail(error);
   if (!options.project.empty() && !project.load(options.project, library, error)) return fail(error);
@@ -177,6 +183,8 @@ int main(int argc, char** argv) {
     if (status != 0) return status;
   }
   if (options.live) {
+    // Someone watches now: the driver's boxes show and wait for an answer.
+    host::driver_notices::showBoxes(true);
     Stage stage(*driver, options.width, options.height, true);
     if (!stage.build(project, library, error)) return fail(error);
     double seconds = options.seconds;

@@ -2,15 +2,16 @@
 
 #include <cstdio>
 
-#include "context/context.h"
-#include "driver/driver_kmt.h"
-#include "effects/render_window.h"
-#include "effects/timeline_item.h"
 #include "player/contact_sheet.h"
-#include "player/frame_capture.h"
+#include "player/host/frame_capture.h"
+#include "player/host/device_tap.h"
 #include "player/progress.h"
 
 namespace {
+
+using host::DataItem;
+using host::Frame;
+using host::TimelineItem;
 
 LRESULT CALLBACK windowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (message == WM_CLOSE || (message == WM_KEYDOWN && wParam == VK_ESCAPE)) {
@@ -37,7 +38,7 @@ HWND createWindow(unsigned int width, unsigned int height, bool visible) {
 }
 
 // Effects take their device resources when opened and give them back when closed.
-class EffectSwitch : public ItemVisitor {
+class EffectSwitch : public host::ItemVisitor {
  public:
   explicit EffectSwitch(bool open_) : open(open_) {}
   void visitEffect(TimelineItem* item) override { open ? item->open() : item->close(); }
@@ -55,7 +56,7 @@ std::string framePath(const std::string& folder, long index) {
 
 }  // namespace
 
-Stage::Stage(DriverKMT& driver, unsigned int width, unsigned int height, bool visible)
+Stage::Stage(host::DriverKMT& driver, unsigned int width, unsigned int height, bool visible)
     : handle(createWindow(width, height, visible)), window(driver.renderWindow()), hostProject(driver) {
   window->open(handle, nullptr, width, height, 32, true, 0);
 }
@@ -67,8 +68,11 @@ Stage::~Stage() {
   DestroyWindow(handle);
 }
 
-bool Stage::build(const ProjectFile& file, const EffectLibrary& library, LoadError& error) {
-  if (!hostProject.build(file, library, error)) return false;
+bool Stage::build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error) {
+  const bool made = hostProject.build(file, library, error);
+  for (const host::LoadError& warning : hostProject.warnings())
+    std::fprintf(stderr, "tsplay: %s\n", warning.message().c_str());
+  if (!made) return false;
   hostProject.prepare();
   setEffectsOpen(true);
   built = true;
@@ -85,7 +89,7 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
     std::fprintf(stderr, "tsplay: cannot create the output folder '%s'\n", options.folder.c_str());
     return 1;
   }
-  RenderWindow* window = stage.renderWindow();
+  host::RenderWindow* window = stage.renderWindow();
   const long count = static_cast<long>((options.to - options.from) * options.fps + 1e-6) + 1;
   Progress progress(stderr, "frames", count);
   // Twelve cells of a quarter of the 640 x 480 reference.
@@ -97,7 +101,7 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
   for (long i = 0; i < count; ++i) {
     stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
     const std::string path = framePath(options.folder, i);
-    if (!captureBackBuffer(window->context->device, frame) || !saveFrame(frame, path)) {
+    if (!host::captureBackBuffer(host::tappedDevice(), frame) || !host::saveFrame(frame, path)) {
       std::fprintf(stderr, "\ntsplay: cannot write the frame '%s'\n", path.c_str());
       return 1;
     }
@@ -122,7 +126,7 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
 }
 
 int playLive(Stage& stage, double from, double seconds) {
-  RenderWindow* window = stage.renderWindow();
+  host::RenderWindow* window = stage.renderWindow();
   const DWORD start = GetTickCount();
   const DWORD limit = static_cast<DWORD>(seconds * 1000.0);
   MSG message;

@@ -4,34 +4,31 @@
 
 #include <string>
 
+#include "player/host/driver_interface.h"
 #include "player/host/host_project.h"
 
-class DriverKMT;
-class EffectLibrary;
-class RenderWindow;
-struct ProjectFile;
 
 // A window of ours with the driver's render window open on it, and a project
 // built and opened in it. Everything is undone, in reverse, on destruction.
 class Stage {
  public:
-  Stage(DriverKMT& driver, unsigned int width, unsigned int height, bool visible);
+  Stage(host::DriverKMT& driver, unsigned int width, unsigned int height, bool visible);
   ~Stage();
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;
 
   // False with `error` set when the project cannot be made; nothing is open then.
-  bool build(const ProjectFile& file, const EffectLibrary& library, LoadError& error);
+  bool build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error);
 
-  HostProject& project() { return hostProject; }
-  RenderWindow* renderWindow() const { return window; }
+  host::HostProject& project() { return hostProject; }
+  host::RenderWindow* renderWindow() const { return window; }
 
  private:
   void setEffectsOpen(bool open);
 
   HWND handle = nullptr;
-  RenderWindow* window = nullptr;
-  HostProject hostProject;
+  host::RenderWindow* window = nullptr;
+  host::HostProject hostProject;
   bool built = false;
 };
 

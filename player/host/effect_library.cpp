@@ -2,7 +2,9 @@
 
 #include <cstring>
 
-#include "driver/host/param_controller.h"
+#include "player/host/driver_interface.h"
+
+namespace host {
 
 namespace {
 
@@ -109,3 +111,5 @@ const EffectDescriptor* EffectLibrary::find(const std::string& name) const {
     if (effect.name == name) return &effect;
   return nullptr;
 }
+
+}  // namespace host

@@ -3,8 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "driver/host/effect_descriptor.h"
+#include "player/host/driver_interface.h"
 #include "player/host/xml_file.h"
+
+namespace host {
 
 // The kinds of parameter as the library and project files spell them, in the
 // order of ParamController::Kind.
@@ -30,3 +32,5 @@ class EffectLibrary {
 
   std::vector<EffectDescriptor> list;
 };
+
+}  // namespace host

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "driver/host/effect_descriptor.h"
-#include "driver/host/tree_element.h"
+#include "player/host/driver_interface.h"
+
+namespace host {
 
 HostParamController::HostParamController(int32_t kind_) : ParamController(kind_) {}
 
@@ -82,3 +83,5 @@ ParamController* HostControllerFactory::create(const ParamDescriptor& param) {
   controller->setConstant(param.initialValue);
   return controller;
 }
+
+}  // namespace host

@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "driver/host/param_controller.h"
+#include "player/host/driver_interface.h"
+
+namespace host {
 
 // Resolves a data parameter's value, the name of a data item, to the item. The host
 // passes one as the context word of ParamController::load.
@@ -58,3 +60,5 @@ class HostControllerFactory : public ControllerFactory {
  private:
   const DataLookup* lookup;
 };
+
+}  // namespace host

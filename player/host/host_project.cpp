@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "driver/data_item.h"
-#include "driver/driver_kmt.h"
-#include "effects/timeline_item.h"
+#include "player/host/driver_interface.h"
+#include "player/host/driver_notices.h"
 #include "player/host/effect_library.h"
 #include "player/host/host_tree.h"
 #include "player/host/project_file.h"
+
+namespace host {
 
 namespace {
 
@@ -29,6 +30,24 @@ void describeParams(const ProjectFile::Effect& effect, HostTreeElement& tree) {
   }
 }
 
+bool endsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// The driver gives null without a word; what we can tell from the file, we tell.
+std::string whyNotLoaded(const std::string& path) {
+  if (endsWith(path, ".ts2")) {
+    char magic[4] = {};
+    FILE* file = std::fopen(path.c_str(), "rb");
+    const size_t got = file ? std::fread(magic, 1, sizeof magic, file) : 0;
+    if (file) std::fclose(file);
+    const std::string start(magic, got);
+    if (start != "NONE" && start != "IOBZ")
+      return "the scene file '" + path + "' begins with neither \"NONE\" nor \"IOBZ\"";
+  }
+  return "the driver cannot load the data file '" + path + "'";
+}
+
 }  // namespace
 
 HostProject::~HostProject() { clear(); }
@@ -42,11 +61,12 @@ void HostProject::clear() {
   itemNames.clear();
   soundtrack.clear();
   projectText.clear();
-  if (driver.controllerFactory == &factory) driver.setControllerFactory(nullptr);
+  driver.setControllerFactory(nullptr);
 }
 
 bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, LoadError& error) {
   clear();
+  notices.clear();
   auto fail = [&](int line, const std::string& problem) {
     error = LoadError{file.path, line, problem};
     clear();
@@ -58,8 +78,13 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
   projectText = file.text;
   for (const ProjectFile::Data& data : file.data) {
     if (!fileExists(data.path)) return fail(data.line, "cannot find the data file '" + data.path + "'");
+    driver_notices::takeDebugOutput();
     DataItem* item = driver.loadData(data.path);
-    if (!item) return fail(data.line, "the driver cannot load the data file '" + data.path + "'");
+    if (!item) return fail(data.line, whyNotLoaded(data.path));
+    // The driver keeps an image it cannot decode, without a picture, and only says so
+    // on the debug output.
+    if (item->kind() == kTextureItem && !driver_notices::takeDebugOutput().empty())
+      notices.push_back(LoadError{file.path, data.line, "warning: cannot decode the image '" + data.path + "'"});
     items.push_back(item);
     itemNames.push_back(data.name);
   }
@@ -124,3 +149,5 @@ DataItem* HostProject::find(const std::string& name) const {
     if (itemNames[i] == name) return items[i];
   return nullptr;
 }
+
+}  // namespace host

@@ -3,14 +3,13 @@
 #include <string>
 #include <vector>
 
-#include "driver/host/project.h"
+#include "player/host/driver_interface.h"
 #include "player/host/host_controllers.h"
 #include "player/host/xml_file.h"
 
-class DataItem;
-class DriverKMT;
+namespace host {
+
 class EffectLibrary;
-class TimelineItem;
 struct ProjectFile;
 
 // The host's project: its data items, made by the driver, and its layers of
@@ -26,6 +25,9 @@ class HostProject : public Project, public DataList, public DataLookup {
   // open, since items take device resources. False with `error` set, and the
   // project left empty, at the first item or effect that cannot be made.
   bool build(const ProjectFile& file, const EffectLibrary& library, LoadError& error);
+
+  // Warnings of the last build, which went on past them: images the driver cannot decode.
+  const std::vector<LoadError>& warnings() const { return notices; }
 
   // Destroys the effects and data items: before the render window closes.
   void clear();
@@ -63,4 +65,7 @@ class HostProject : public Project, public DataList, public DataLookup {
   std::vector<std::string> itemNames;  // parallel to items
   std::vector<DataItem*> items;
   std::vector<std::vector<TimelineItem*>> layers;  // the lowest first
+  std::vector<LoadError> notices;
 };
+
+}  // namespace host

@@ -1,5 +1,7 @@
 #include "player/host/host_tree.h"
 
+namespace host {
+
 std::string& HostTreeElement::attribute(std::string& out, const std::string& key) const {
   const std::string* value = find(key);
   out = value ? *value : std::string();
@@ -20,3 +22,5 @@ const std::string* HostTreeElement::find(const std::string& key) const {
   auto it = attributes.find(key);
   return it == attributes.end() ? nullptr : &it->second;
 }
+
+}  // namespace host

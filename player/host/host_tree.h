@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "driver/host/tree_element.h"
+#include "player/host/driver_interface.h"
+
+namespace host {
 
 // The host's project tree in memory: a tag, attributes and children.
 class HostTreeElement : public TreeElement {
@@ -26,3 +28,5 @@ class HostTreeElement : public TreeElement {
   std::map<std::string, std::string> attributes;
   std::vector<std::unique_ptr<HostTreeElement>> children;
 };
+
+}  // namespace host

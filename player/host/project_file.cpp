@@ -2,9 +2,10 @@
 
 #include <cstring>
 
-#include "driver/host/effect_descriptor.h"
-#include "driver/host/param_controller.h"
+#include "player/host/driver_interface.h"
 #include "player/host/effect_library.h"
+
+namespace host {
 
 namespace {
 
@@ -164,3 +165,5 @@ std::string resolvePath(const std::string& base, const std::string& path) {
   const size_t slash = base.find_last_of("\\/");
   return slash == std::string::npos ? path : base.substr(0, slash + 1) + path;
 }
+
+}  // namespace host

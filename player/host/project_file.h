@@ -6,6 +6,8 @@
 
 #include "player/host/xml_file.h"
 
+namespace host {
+
 class EffectLibrary;
 
 // A project file as read and checked against the effect library; every entry
@@ -48,3 +50,5 @@ struct ProjectFile {
 
 // `path` as seen from the folder of `base`, unless it is absolute.
 std::string resolvePath(const std::string& base, const std::string& path);
+
+}  // namespace host

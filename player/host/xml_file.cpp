@@ -9,6 +9,8 @@
 #include <cstring>
 #include <memory>
 
+namespace host {
+
 namespace {
 
 // Where `text` from `from` on first holds `pattern`, or its end.
@@ -167,3 +169,5 @@ bool parseInt(const char* text, int& value) {
   value = static_cast<int>(parsed);
   return true;
 }
+
+}  // namespace host

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace host {
+
 // Where a file went wrong, told to the user as "FILE:LINE: problem" (line 0: the
 // file as a whole).
 struct LoadError {
@@ -58,3 +60,5 @@ const char* attributeValue(const XmlNode* node, const char* name);
 // Whole-string numbers: no trailing text, and finite.
 bool parseFloat(const char* text, float& value);
 bool parseInt(const char* text, int& value);
+
+}  // namespace host

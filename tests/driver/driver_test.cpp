@@ -9,6 +9,7 @@
 #include "driver/effect_factory.h"
 #include "driver/host/effect_descriptor.h"
 #include "player/host/host_controllers.h"
+#include "tests/support/host_bridge.h"
 
 namespace {
 
@@ -38,9 +39,9 @@ TEST(EffectFactory, TypeNamesMatchCaseSensitivelyInTableOrder) {
   for (const char* wrong : {"FX_SIMPLE_BMP", "Fx_simple_bmp", "fx_simple_bm", "fx_simple_bmp ", "", "fx_unknown"})
     EXPECT_EQ(effectTypeIndex(wrong), -1) << wrong;
 
-  HostControllerFactory factory;
-  theDriver.setControllerFactory(&factory);
-  EXPECT_EQ(theDriver.controllerFactory, &factory);
+  host::HostControllerFactory factory;
+  theDriver.setControllerFactory(tstest::driverSide(&factory));
+  EXPECT_EQ(theDriver.controllerFactory, tstest::driverSide(&factory));
   EffectDescriptor unknown;
   unknown.name = "FX_SIMPLE_COLOR";
   EXPECT_EQ(theDriver.createEffect(unknown, "x"), nullptr);

@@ -6,10 +6,15 @@
 #include "player/host/host_controllers.h"
 #include "player/host/host_tree.h"
 #include "tests/driver/recording_effect.h"
+#include "tests/support/host_bridge.h"
 #include "tests/support/recording_tracer.h"
 
 namespace {
 
+using host::HostControllerFactory;
+using host::HostParamController;
+using host::HostTreeElement;
+using tstest::driverSide;
 using tstest::ProbeController;
 using tstest::RecordingEffect;
 
@@ -127,14 +132,14 @@ TEST(TimelineBase, LoadBindsByNameReportsUnknownsAndAlwaysResets) {
   tstest::RecordingTracer tracer;
   HostControllerFactory factory;
   EffectDescriptor descriptor = describe({{"alpha", 1}, {"mode", 2}, {"alpha", 1}});
-  RecordingEffect effect(descriptor, "e", &factory);
+  RecordingEffect effect(descriptor, "e", driverSide(&factory));
 
   HostTreeElement saved("effect");
   saved.add("controler").set("name", "mode").set("value", "7");
   saved.add("color").set("name", "alpha");
   saved.add("controler").set("name", "alpha").set("value", "0.25");
   saved.add("controler").set("name", "gone").set("value", "1");
-  ASSERT_TRUE(effect.load(&saved, 0));
+  ASSERT_TRUE(effect.load(driverSide(&saved), 0));
 
   const std::vector<std::string> boxes = tracer.texts('b');
   ASSERT_EQ(boxes.size(), 2u);
@@ -148,7 +153,7 @@ TEST(TimelineBase, LoadBindsByNameReportsUnknownsAndAlwaysResets) {
 
   effect.deliveries.clear();
   HostTreeElement empty("effect");
-  EXPECT_TRUE(effect.load(&empty, 0));
+  EXPECT_TRUE(effect.load(driverSide(&empty), 0));
   EXPECT_EQ(effect.deliveries.size(), 3u) << "load without children still resets";
 }
 
@@ -160,7 +165,7 @@ TEST(TimelineBase, LoadWithFactoryBindsByTheOrderOfTheTree) {
   saved.add("controler").set("name", "second").set("kind", "2").set("value", "3");
   saved.add("note");
   saved.add("controler").set("name", "first").set("kind", "0").set("value", "hello");
-  ASSERT_TRUE(effect.loadWithFactory(&saved, 0, &factory));
+  ASSERT_TRUE(effect.loadWithFactory(driverSide(&saved), 0, driverSide(&factory)));
 
   ASSERT_EQ(effect.controllerCount(), 2u);
   ASSERT_EQ(effect.description().params.size(), 2u);
@@ -176,7 +181,7 @@ TEST(TimelineBase, LoadWithFactoryBindsByTheOrderOfTheTree) {
 }
 
 TEST(HostParamController, KeyedCurvesInterpolateFloatsAndStepOthers) {
-  HostParamController alpha(ParamController::kFloat);
+  HostParamController alpha(host::ParamController::kFloat);
   alpha.setKeys({{1.0f, "0"}, {0.0f, "1"}, {0.5f, "0.5"}});  // out of order on purpose
   EXPECT_FALSE(alpha.isFixed());
   alpha.update(0.25f);
@@ -186,14 +191,14 @@ TEST(HostParamController, KeyedCurvesInterpolateFloatsAndStepOthers) {
   alpha.update(7.0f);
   EXPECT_FLOAT_EQ(alpha.floatValue(), 0.0f);
 
-  HostParamController mode(ParamController::kInteger);
+  HostParamController mode(host::ParamController::kInteger);
   mode.setKeys({{0.0f, "1"}, {0.5f, "4"}});
   mode.update(0.49f);
   EXPECT_EQ(mode.intValue(), 1);
   mode.update(0.5f);
   EXPECT_EQ(mode.intValue(), 4);
 
-  HostParamController constant(ParamController::kFloat);
+  HostParamController constant(host::ParamController::kFloat);
   constant.setConstant("2.5");
   EXPECT_TRUE(constant.isFixed());
   EXPECT_FLOAT_EQ(constant.floatValue(), 2.5f);

@@ -22,9 +22,9 @@ EffectDescriptor describeEffect(const char* typeName, std::initializer_list<Para
   return descriptor;
 }
 
-DataItem* ItemLookup::find(const std::string& name) const {
+host::DataItem* ItemLookup::find(const std::string& name) const {
   const auto found = items.find(name);
-  return found == items.end() ? nullptr : found->second;
+  return found == items.end() ? nullptr : hostSide(found->second);
 }
 
 bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
@@ -43,7 +43,7 @@ std::vector<uint8_t> solidPng(int width, int height, uint8_t r, uint8_t g, uint8
 void EffectTest::SetUp() {
   ContextTest::SetUp();
   context->setClearColor(ts3d::color(0, 0, 1, 1));
-  theDriver.setControllerFactory(&factory);
+  theDriver.setControllerFactory(driverSide(&factory));
 }
 
 void EffectTest::TearDown() {
@@ -56,7 +56,7 @@ TimelineItem* EffectTest::makeEffect(const EffectDescriptor& descriptor) {
 }
 
 void EffectTest::setParam(TimelineItem* effect, uint32_t index, const std::string& value) {
-  static_cast<HostParamController*>(effect->controller(index))->setConstant(value);
+  static_cast<host::HostParamController*>(hostSide(effect->controller(index)))->setConstant(value);
   effect->reset();
 }
 
@@ -88,7 +88,7 @@ void LargeEffectTest::SetUp() {
   ASSERT_NE(context, nullptr);
   proxy = static_cast<ProxyDevice*>(context->device);
   context->setClearColor(ts3d::color(0, 0, 1, 1));
-  theDriver.setControllerFactory(&factory);
+  theDriver.setControllerFactory(driverSide(&factory));
 }
 
 }  // namespace tstest

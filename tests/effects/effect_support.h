@@ -8,6 +8,7 @@
 
 #include "driver/host/effect_descriptor.h"
 #include "player/host/host_controllers.h"
+#include "tests/support/host_bridge.h"
 #include "tests/context/context_fixture.h"
 #include "tests/support/recording_tracer.h"
 
@@ -25,9 +26,9 @@ struct ParamDeclaration {
 EffectDescriptor describeEffect(const char* typeName, std::initializer_list<ParamDeclaration> params);
 
 // Data items by name, as the host resolves a data parameter's value.
-class ItemLookup : public DataLookup {
+class ItemLookup : public host::DataLookup {
  public:
-  DataItem* find(const std::string& name) const override;
+  host::DataItem* find(const std::string& name) const override;
   std::map<std::string, DataItem*> items;
 };
 
@@ -59,7 +60,7 @@ class EffectTest : public ContextTest {
 
   RecordingTracer tracer;
   ItemLookup lookup;
-  HostControllerFactory factory{&lookup};
+  host::HostControllerFactory factory{&lookup};
   uint32_t width = 640, height = 480;
 };
 

@@ -52,4 +52,32 @@ int countFiles(const std::string& folder) {
   return count;
 }
 
+std::string solidBmp(int width, int height, uint8_t r, uint8_t g, uint8_t b) {
+  const int rowBytes = (width * 3 + 3) & ~3;
+  const int pixelBytes = rowBytes * height;
+  std::string file(54 + pixelBytes, '\0');
+  auto put = [&](size_t at, uint32_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) file[at + i] = static_cast<char>((value >> (8 * i)) & 0xff);
+  };
+  file[0] = 'B';
+  file[1] = 'M';
+  put(2, static_cast<uint32_t>(file.size()), 4);
+  put(10, 54, 4);
+  put(14, 40, 4);
+  put(18, static_cast<uint32_t>(width), 4);
+  put(22, static_cast<uint32_t>(height), 4);
+  put(26, 1, 2);
+  put(28, 24, 2);
+  put(34, static_cast<uint32_t>(pixelBytes), 4);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const size_t at = 54 + static_cast<size_t>(y) * rowBytes + static_cast<size_t>(x) * 3;
+      file[at] = static_cast<char>(b);
+      file[at + 1] = static_cast<char>(g);
+      file[at + 2] = static_cast<char>(r);
+    }
+  }
+  return file;
+}
+
 }  // namespace player_files

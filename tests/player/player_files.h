@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 // Files the player tests hand to the host, in a scratch folder of their own.
@@ -13,5 +14,7 @@ std::string scratchFolder(const std::string& name);
 std::string write(const std::string& folder, const std::string& name, const std::string& text);
 // The names in `folder`, "." and ".." left out.
 int countFiles(const std::string& folder);
+// A 24-bit BMP file of one colour, as the driver reads data items from disk.
+std::string solidBmp(int width, int height, uint8_t r, uint8_t g, uint8_t b);
 
 }  // namespace player_files

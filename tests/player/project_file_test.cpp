@@ -4,13 +4,22 @@
 
 #include "driver/driver_kmt.h"
 #include "driver/effect_factory.h"
-#include "driver/host/param_controller.h"
 #include "player/host/effect_library.h"
 #include "player/host/host_project.h"
 #include "player/host/project_file.h"
 #include "tests/player/player_files.h"
+#include "tests/support/host_bridge.h"
 
 namespace {
+
+using host::acceptsValue;
+using host::EffectDescriptor;
+using host::EffectLibrary;
+using host::HostProject;
+using host::LoadError;
+using host::ParamController;
+using host::ParamDescriptor;
+using host::ProjectFile;
 
 const char* const kLibrary = R"(<library>
   <effect name="fx_simple_color">
@@ -229,7 +238,7 @@ TEST(HostProject, DataFilesThatAreMissingOrUnloadableStopAtTheirLine) {
     ProjectFile file;
     LoadError error;
     ASSERT_TRUE(file.load(path, library, error)) << error.message();
-    HostProject project(theDriver);
+    HostProject project(tstest::hostSide(theDriver));
     EXPECT_FALSE(project.build(file, library, error));
     EXPECT_EQ(error.message(), path + ":" + std::to_string(c.line) + ": " + c.problem);
     EXPECT_EQ(project.count(), 0u);

@@ -61,7 +61,11 @@ Outcome runTsplay(const std::string& arguments, const std::string& scratch) {
   line.push_back('\0');
   PROCESS_INFORMATION process = {};
   if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, bin.c_str(), &startup, &process)) {
-    if (WaitForSingleObject(process.hProcess, 60000) == WAIT_OBJECT_0) GetExitCodeProcess(process.hProcess, &run.exitCode);
+    // A run that waits on something, a box nobody sees, fails instead of hanging the test.
+    if (WaitForSingleObject(process.hProcess, 60000) == WAIT_OBJECT_0)
+      GetExitCodeProcess(process.hProcess, &run.exitCode);
+    else
+      TerminateProcess(process.hProcess, 1);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
   }
@@ -156,39 +160,10 @@ TEST(Tsplay, PlaysLayersOfColourAndAKeyedFadeIntoWholeFrames) {
   EXPECT_EQ(framePixel(sheet, 660, 251).r, -1) << "the sheet is 660 x 252";
 }
 
-// A 24-bit BMP file of one colour, as the driver reads data items from disk.
-std::string solidBmp(int width, int height, uint8_t r, uint8_t g, uint8_t b) {
-  const int rowBytes = (width * 3 + 3) & ~3;
-  const int pixelBytes = rowBytes * height;
-  std::string file(54 + pixelBytes, '\0');
-  auto put = [&](size_t at, uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) file[at + i] = static_cast<char>((value >> (8 * i)) & 0xff);
-  };
-  file[0] = 'B';
-  file[1] = 'M';
-  put(2, static_cast<uint32_t>(file.size()), 4);
-  put(10, 54, 4);
-  put(14, 40, 4);
-  put(18, static_cast<uint32_t>(width), 4);
-  put(22, static_cast<uint32_t>(height), 4);
-  put(26, 1, 2);
-  put(28, 24, 2);
-  put(34, static_cast<uint32_t>(pixelBytes), 4);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const size_t at = 54 + static_cast<size_t>(y) * rowBytes + static_cast<size_t>(x) * 3;
-      file[at] = static_cast<char>(b);
-      file[at + 1] = static_cast<char>(g);
-      file[at + 2] = static_cast<char>(r);
-    }
-  }
-  return file;
-}
-
 TEST(Tsplay, DrawsAnImageDataItemNamedByItsParameter) {
   const std::string scratch = player_files::scratchFolder("tsplay_image");
   const std::string frames = player_files::scratchFolder("tsplay_image\\frames");
-  player_files::write(scratch, "tile.bmp", solidBmp(8, 8, 40, 160, 220));
+  player_files::write(scratch, "tile.bmp", player_files::solidBmp(8, 8, 40, 160, 220));
   // The item's path is relative to the project; the picture covers the left half
   // of a dark green ground.
   const std::string project = player_files::write(scratch, "image.xml", R"(<project>
@@ -237,6 +212,33 @@ TEST(Tsplay, ProjectsThatCannotPlayStopWithOneMessageAndNoFrames) {
     EXPECT_EQ(run.exitCode, 1u) << c.name;
     EXPECT_EQ(run.err, "tsplay: " + project + ":" + std::to_string(c.line) + ": " + c.problem + "\n") << c.name;
     EXPECT_FALSE(folderExists(frames)) << c.name << ": nothing is written";
+  }
+}
+
+TEST(Tsplay, DriverBoxesAndUndecodableImagesBecomeLinesOnStderrOffline) {
+  const std::string scratch = player_files::scratchFolder("tsplay_notices");
+  // A PNG cut inside its header: the driver keeps the item without a picture.
+  const std::string image = player_files::write(scratch, "cut.png", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
+  struct Case {
+    std::string scene;
+    std::string expected;
+  };
+  const Case cases[] = {
+      // One empty chunk whose code no reader knows: the driver raises a box.
+      {std::string("NONEZZZZ\1\0\0\0\0\0\0\0", 16), "tsplay: TracerDefault::Box: TSIO : Unknown chunk read : ZZZZ"},
+      {"JUNKJUNK", "begins with neither \"NONE\" nor \"IOBZ\""},
+  };
+  for (const Case& c : cases) {
+    player_files::write(scratch, "scene.ts2", c.scene);
+    const std::string project = player_files::write(
+        scratch, "notices.xml",
+        "<project>\n  <data name=\"cut\" path=\"cut.png\"/>\n  <data name=\"scene\" path=\"scene.ts2\"/>\n</project>\n");
+    const Outcome run = runTsplay("\"" + project + "\" --offline \"" + scratch + "\\frames\" --to 1", scratch);
+    EXPECT_EQ(run.exitCode, 1u) << "ends, and the scene stops the run";
+    EXPECT_NE(run.err.find(c.expected), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("tsplay: " + project + ":2: warning: cannot decode the image '" + image + "'\n"),
+              std::string::npos)
+        << run.err;
   }
 }
 

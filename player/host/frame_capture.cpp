@@ -1,10 +1,12 @@
-#include "player/frame_capture.h"
+#include "player/host/frame_capture.h"
 
 #include "platform/png_write.h"
 
+namespace host {
+
 bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame) {
   IDirect3DSurface9* back = nullptr;
-  if (FAILED(device->GetBackBuffer(0, 0, D3DBACKBUFFER_TYPE_MONO, &back))) return false;
+  if (!device || FAILED(device->GetBackBuffer(0, 0, D3DBACKBUFFER_TYPE_MONO, &back))) return false;
   D3DSURFACE_DESC desc;
   back->GetDesc(&desc);
   IDirect3DSurface9* copy = nullptr;
@@ -45,3 +47,5 @@ bool saveFrame(const Frame& frame, const std::string& path) {
   return platform::writePng(path, static_cast<int>(frame.width), static_cast<int>(frame.height),
                             frame.pixels.data(), static_cast<int>(frame.width * 4));
 }
+
+}  // namespace host

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace host {
+
 class DriverKMT;
 
 // The driver module, loaded as the host loads it: by name, through its one export.
@@ -22,3 +24,5 @@ class DriverModule {
   HMODULE module = nullptr;
   DriverKMT* object = nullptr;
 };
+
+}  // namespace host

@@ -1,6 +1,10 @@
-#include "player/driver_module.h"
+#include "player/host/driver_module.h"
 
-#include "driver/driver_kmt.h"
+#include "player/host/device_tap.h"
+#include "player/host/driver_interface.h"
+#include "player/host/driver_notices.h"
+
+namespace host {
 
 DriverModule::~DriverModule() {
   if (module) FreeLibrary(module);
@@ -18,6 +22,10 @@ bool DriverModule::load(const std::string& path, std::string& error) {
     error = "'" + path + "' has no entry point TESSARIN_GetDriver";
     return false;
   }
+  driver_notices::attach(module);
+  tapDevice(module);
   object = entry();
   return object != nullptr;
 }
+
+}  // namespace host

@@ -3,6 +3,13 @@
 #include <cfloat>
 #include <cmath>
 
+// The device and the engine read these as plain floats: x, y, z, w and rows of four.
+static_assert(sizeof(D3DXVECTOR2) == 8 && sizeof(D3DXVECTOR3) == 12 && sizeof(D3DXVECTOR4) == 16,
+              "vectors are plain floats");
+static_assert(sizeof(D3DXQUATERNION) == 16 && sizeof(D3DXPLANE) == 16 && sizeof(D3DXCOLOR) == 16,
+              "quaternions, planes and colours are four floats");
+static_assert(sizeof(D3DXMATRIX) == 64, "a matrix is sixteen floats");
+
 namespace {
 
 // D3DERR_INVALIDCALL: kept here so the platform-free build needs no Direct3D header.

@@ -1,8 +1,5 @@
 #include "tests/gfxhelper/test_images.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include <stb_image_write.h>  // implemented once in the platform library
 
 namespace tstest {
@@ -15,201 +12,36 @@ void collect(void* context, void* data, int size) {
   bytes->insert(bytes->end(), from, from + size);
 }
 
-// Entropy-coded bits, most significant first, with a zero stuffed after every 0xFF.
-class BitWriter {
- public:
-  explicit BitWriter(Bytes* out) : out_(out) {}
-  void put(uint32_t bits, int length) {
-    for (int i = length - 1; i >= 0; --i) {
-      buffer_ = (buffer_ << 1) | ((bits >> i) & 1);
-      if (++count_ == 8) {
-        out_->push_back(static_cast<uint8_t>(buffer_));
-        if (buffer_ == 0xff) out_->push_back(0);
-        buffer_ = 0;
-        count_ = 0;
-      }
-    }
-  }
-  void flush() {
-    while (count_ != 0) put(1, 1);  // padding bits are ones
-  }
-
- private:
-  Bytes* out_;
-  uint32_t buffer_ = 0;
-  int count_ = 0;
-};
-
-void appendBe16(Bytes* bytes, uint32_t value) {
-  bytes->push_back(static_cast<uint8_t>(value >> 8));
-  bytes->push_back(static_cast<uint8_t>(value));
-}
-
-// Natural (row by row) index of each coefficient in zig-zag order.
-const int kZigZag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
-                         41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
-                         30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
-
-// The symbols of the AC table: end of block, sixteen zeros, then every run and size.
-std::vector<uint8_t> acSymbols() {
-  std::vector<uint8_t> symbols = {0x00, 0xF0};
-  for (int run = 0; run < 16; ++run)
-    for (int size = 1; size <= 10; ++size) symbols.push_back(static_cast<uint8_t>((run << 4) | size));
-  return symbols;
-}
-
-int bitSize(int value) {
-  int size = 0;
-  for (int magnitude = value < 0 ? -value : value; magnitude; magnitude >>= 1) ++size;
-  return size;
-}
-
-// A value's size class and its bits; negatives are stored less one, in `size` bits.
-void putValue(BitWriter* bits, int value, int size) {
-  if (size) bits->put(static_cast<uint32_t>(value < 0 ? value + (1 << size) - 1 : value), size);
-}
-
-using Block = std::vector<int>;  // 64 quantised coefficients, row by row
-
-Block transform(const float samples[64], int quantiser) {
-  static const double kPi = 3.14159265358979323846;
-  Block coefficients(64);
-  for (int v = 0; v < 8; ++v) {
-    for (int u = 0; u < 8; ++u) {
-      double sum = 0;
-      for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x)
-          sum += samples[y * 8 + x] * std::cos((2 * x + 1) * u * kPi / 16) * std::cos((2 * y + 1) * v * kPi / 16);
-      const double cu = u ? 1.0 : 1.0 / std::sqrt(2.0), cv = v ? 1.0 : 1.0 / std::sqrt(2.0);
-      coefficients[v * 8 + u] = static_cast<int>(std::lround(0.25 * cu * cv * sum / quantiser));
-    }
-  }
-  return coefficients;
-}
-
-// DC: the difference from the previous block, its size as a 4-bit code (code = size).
-void encodeDc(BitWriter* bits, const Block& block, int* previousDc) {
-  const int difference = block[0] - *previousDc;
-  *previousDc = block[0];
-  const int size = bitSize(difference);
-  bits->put(static_cast<uint32_t>(size), 4);
-  putValue(bits, difference, size);
-}
-
-// AC: runs of zeros and sizes as 8-bit codes (code = place in the symbol list); the
-// end-of-block symbol doubles as a progressive scan's run of one block.
-void encodeAc(BitWriter* bits, const Block& block, const std::vector<uint8_t>& ac) {
-  auto code = [&ac](int symbol) {
-    for (size_t i = 0; i < ac.size(); ++i)
-      if (ac[i] == symbol) return static_cast<uint32_t>(i);
-    return 0u;
-  };
-  int run = 0;
-  for (int k = 1; k < 64; ++k) {
-    const int value = block[kZigZag[k]];
-    if (value == 0) {
-      ++run;
-      continue;
-    }
-    for (; run > 15; run -= 16) bits->put(code(0xF0), 8);
-    const int size = bitSize(value);
-    bits->put(code((run << 4) | size), 8);
-    putValue(bits, value, size);
-    run = 0;
-  }
-  if (run) bits->put(code(0x00), 8);
-}
-
-void appendScanHeader(Bytes* out, const std::vector<uint8_t>& components, uint8_t first, uint8_t last) {
-  out->insert(out->end(), {0xFF, 0xDA});
-  appendBe16(out, static_cast<uint32_t>(6 + 2 * components.size()));
-  out->push_back(static_cast<uint8_t>(components.size()));
-  for (uint8_t id : components) out->insert(out->end(), {id, 0x00});
-  out->insert(out->end(), {first, last, 0});
-}
-
 }  // namespace
 
-Bytes encodeJpeg(int width, int height, const uint8_t* rgb, const JpegOptions& options) {
-  const std::vector<uint8_t> ac = acSymbols();
-  const int components = options.grey ? 1 : 3;
-  const bool wide = options.quantiser > 255;
-  Bytes out = {0xFF, 0xD8};
-  // Quantisers: one table, every entry the same.
-  out.insert(out.end(), {0xFF, 0xDB});
-  appendBe16(&out, wide ? 131 : 67);
-  out.push_back(wide ? 0x10 : 0x00);
-  for (int i = 0; i < 64; ++i) {
-    if (wide) out.push_back(static_cast<uint8_t>(options.quantiser >> 8));
-    out.push_back(static_cast<uint8_t>(options.quantiser));
-  }
-  // Frame: 8-bit samples, every component at full resolution on table 0.
-  out.insert(out.end(), {0xFF, static_cast<uint8_t>(options.progressive ? 0xC2 : 0xC0)});
-  appendBe16(&out, static_cast<uint32_t>(8 + 3 * components));
-  out.push_back(8);
-  appendBe16(&out, static_cast<uint32_t>(height));
-  appendBe16(&out, static_cast<uint32_t>(width));
-  out.push_back(static_cast<uint8_t>(components));
-  for (int id = 1; id <= components; ++id) out.insert(out.end(), {static_cast<uint8_t>(id), 0x11, 0x00});
-  // Huffman tables: DC sizes 0..11 with 4-bit codes, the AC symbols with 8-bit codes.
-  out.insert(out.end(), {0xFF, 0xC4});
-  appendBe16(&out, static_cast<uint32_t>(2 + 1 + 16 + 12 + 1 + 16 + ac.size()));
-  out.push_back(0x00);
-  for (int length = 1; length <= 16; ++length) out.push_back(length == 4 ? 12 : 0);
-  for (uint8_t size = 0; size < 12; ++size) out.push_back(size);
-  out.push_back(0x10);
-  for (int length = 1; length <= 16; ++length) out.push_back(length == 8 ? static_cast<uint8_t>(ac.size()) : 0);
-  out.insert(out.end(), ac.begin(), ac.end());
+const uint8_t kJpegTexels[8][3] = {{255, 0, 0},   {0, 255, 0},   {0, 0, 255},   {255, 255, 255},
+                                   {255, 255, 0}, {0, 255, 255}, {255, 0, 255}, {0, 0, 0}};
 
-  // Every block of every component, in the order of an interleaved scan.
-  std::vector<Block> blocks;
-  for (int by = 0; by < (height + 7) / 8; ++by) {
-    for (int bx = 0; bx < (width + 7) / 8; ++bx) {
-      float samples[3][64];
-      for (int y = 0; y < 8; ++y) {
-        for (int x = 0; x < 8; ++x) {
-          const int sx = std::min(bx * 8 + x, width - 1), sy = std::min(by * 8 + y, height - 1);
-          const uint8_t* p = rgb + (static_cast<size_t>(sy) * width + sx) * 3;
-          const float r = p[0], g = p[1], b = p[2];
-          samples[0][y * 8 + x] = 0.299f * r + 0.587f * g + 0.114f * b - 128.0f;
-          samples[1][y * 8 + x] = -0.168736f * r - 0.331264f * g + 0.5f * b;
-          samples[2][y * 8 + x] = 0.5f * r - 0.418688f * g - 0.081312f * b;
-        }
-      }
-      for (int component = 0; component < components; ++component)
-        blocks.push_back(transform(samples[component], options.quantiser));
-    }
-  }
-
-  std::vector<uint8_t> all;
-  for (int id = 1; id <= components; ++id) all.push_back(static_cast<uint8_t>(id));
-  int previous[3] = {0, 0, 0};
-  if (!options.progressive) {
-    appendScanHeader(&out, all, 0, 63);
-    BitWriter bits(&out);
-    for (size_t i = 0; i < blocks.size(); ++i) {
-      encodeDc(&bits, blocks[i], &previous[i % components]);
-      encodeAc(&bits, blocks[i], ac);
-    }
-    bits.flush();
-  } else {
-    // Spectral selection: the DC terms of all components, then each component's AC terms.
-    appendScanHeader(&out, all, 0, 0);
-    {
-      BitWriter bits(&out);
-      for (size_t i = 0; i < blocks.size(); ++i) encodeDc(&bits, blocks[i], &previous[i % components]);
-      bits.flush();
-    }
-    for (int component = 0; component < components; ++component) {
-      appendScanHeader(&out, {static_cast<uint8_t>(component + 1)}, 1, 63);
-      BitWriter bits(&out);
-      for (size_t i = static_cast<size_t>(component); i < blocks.size(); i += static_cast<size_t>(components))
-        encodeAc(&bits, blocks[i], ac);
-      bits.flush();
-    }
-  }
-  out.insert(out.end(), {0xFF, 0xD9});
-  return out;
+Bytes jpegFile() {
+  static const char kBytes[] =
+    "\xFF\xD8\xFF\xDB\x00\x43\x00\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01"
+    "\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01"
+    "\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\x01\xFF\xC0\x00\x11\x08\x00\x02\x00\x04\x03\x01\x11\x00"
+    "\x02\x11\x00\x03\x11\x00\xFF\xC4\x00\xD2\x00\x00\x00\x00\x0C\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00"
+    "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x10\x00\x00\x00\x00\x00\x00\x00\xA2\x00\x00\x00\x00\x00\x00\x00\x00"
+    "\x00\xF0\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x11\x12\x13\x14\x15\x16\x17\x18\x19\x1A\x21\x22\x23\x24\x25\x26"
+    "\x27\x28\x29\x2A\x31\x32\x33\x34\x35\x36\x37\x38\x39\x3A\x41\x42\x43\x44\x45\x46\x47\x48\x49\x4A\x51\x52\x53\x54"
+    "\x55\x56\x57\x58\x59\x5A\x61\x62\x63\x64\x65\x66\x67\x68\x69\x6A\x71\x72\x73\x74\x75\x76\x77\x78\x79\x7A\x81\x82"
+    "\x83\x84\x85\x86\x87\x88\x89\x8A\x91\x92\x93\x94\x95\x96\x97\x98\x99\x9A\xA1\xA2\xA3\xA4\xA5\xA6\xA7\xA8\xA9\xAA"
+    "\xB1\xB2\xB3\xB4\xB5\xB6\xB7\xB8\xB9\xBA\xC1\xC2\xC3\xC4\xC5\xC6\xC7\xC8\xC9\xCA\xD1\xD2\xD3\xD4\xD5\xD6\xD7\xD8"
+    "\xD9\xDA\xE1\xE2\xE3\xE4\xE5\xE6\xE7\xE8\xE9\xEA\xF1\xF2\xF3\xF4\xF5\xF6\xF7\xF8\xF9\xFA\xFF\xDA\x00\x0C\x03\x01"
+    "\x00\x02\x00\x03\x00\x00\x3F\x00\x93\xE0\x57\x38\x26\xC4\x26\x9C\x24\xDC\x2A\x20\x11\x38\x21\x40\x4A\x10\x4C\xB0"
+    "\x4C\x00\x4A\xA8\x42\xD0\x5B\x07\x7C\x1D\x40\x79\x41\x68\x21\xA8\x4B\x78\x46\x40\x88\xA1\x03\x81\xC0\x05\x90\x78"
+    "\x80\xC0\x56\x05\xB0\x73\x80\xC0\x6F\x82\xC0\x39\xC1\x0C\x41\xE3\x07\x5C\x1D\xD0\x4C\x0D\xA0\x34\x1D\x10\x73\xC1"
+    "\xD2\x07\x58\x0D\x06\xA8\x24\x06\x70\x1C\x0B\xC0\x68\x3B\x80\xEB\x03\xB8\x0C\x30\x20\x27\x02\x03\x30\x18\x80\xCC"
+    "\x05\x50\x55\x00\x70\xC9\xD1\x02\x9E\x20\x79\x5E\x0B\xA1\x22\xA1\x05\x81\xBA\x0B\x80\x79\x5C\x0B\x60\xDC\x07\xB0"
+    "\x1A\x60\xFA\x03\xDE\x0F\x50\x36\x41\x64\x0E\x20\x82\x70\x6A\x83\xCA\x0F\x60\x37\x81\xB8\x0F\x38\x3C\x00\xD1\x04"
+    "\xA0\x50\x3C\x16\xC1\xB2\x0F\x10\x36\x81\xAC\x0D\xA0\x68\x82\x60\x59\x06\x90\x34\x41\x70\x16\x41\x30\x03\x0C\x67"
+    "\x42\x1B\x83\x98\x0F\x30\x2E\x0C\xD8\x3C\x80\xF9\x84\x44\x09\xE1\x07\x94\x1F\x00\x78\x01\x64\x63\x83\x6C\x1E\xC0"
+    "\x78\xC0\xF0\xA9\x60\x4E\xB0\x31\xC0\xF0\x6F\x83\xCA\x0D\x60\x4A\x1B\x02\xF8\x37\x41\xB6\x07\x83\x24\x18\xE0\xC9"
+    "\x06\x58\x1C\x0D\x50\x6A\x02\xC0\x2D\x02\xF0\x1C\x0C\xE0\x65\x83\x38\x14\x80\xA0\x9C\x0A\x0A\xC0\xA4\x0A\xC0\x88"
+    "\x11\x7F\xFF\xD9";
+  return Bytes(kBytes, kBytes + sizeof kBytes - 1);
 }
 
 Bytes encodePng(int width, int height, int channels, const uint8_t* pixels) {
@@ -233,12 +65,6 @@ Bytes encodeTga(int width, int height, int channels, const uint8_t* pixels, bool
   return bytes;
 }
 
-Bytes encodeJpegStb(int width, int height, int channels, const uint8_t* pixels, int quality) {
-  Bytes bytes;
-  if (!stbi_write_jpg_to_func(collect, &bytes, width, height, channels, pixels, quality)) bytes.clear();
-  return bytes;
-}
-
 void appendLe16(Bytes* bytes, uint32_t value) {
   bytes->push_back(static_cast<uint8_t>(value));
   bytes->push_back(static_cast<uint8_t>(value >> 8));
@@ -253,38 +79,19 @@ void putLe32(Bytes* bytes, size_t offset, uint32_t value) {
   for (int i = 0; i < 4; ++i) (*bytes)[offset + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
-Bytes ddsHeader(const DdsHeader& header) {
-  // Flags: caps, height, width, pixel format; the mip count flag when there is one.
-  uint32_t flags = 0x1 | 0x2 | 0x4 | 0x1000;
-  if (header.mipCount) flags |= 0x20000;
-  if (header.depth) flags |= 0x800000;
-  uint32_t caps = 0x1000;
-  if (header.mipCount > 1) caps |= 0x400000 | 0x8;
-  if (header.caps2) caps |= 0x8;
-
+Bytes ddsFile(const DdsHeader& header, const Bytes& data) {
+  // Flags: caps, height, width, pixel format; the mip count and depth flags when they apply.
+  const uint32_t flags = 0x1 | 0x2 | 0x4 | 0x1000 | (header.mipCount ? 0x20000 : 0) | (header.depth ? 0x800000 : 0);
+  const uint32_t caps = 0x1000 | (header.mipCount > 1 ? 0x400000 | 0x8 : 0) | (header.caps2 ? 0x8 : 0);
   Bytes bytes;
-  appendLe32(&bytes, fourCC('D', 'D', 'S', ' '));
-  appendLe32(&bytes, header.headerSize);
-  appendLe32(&bytes, flags);
-  appendLe32(&bytes, header.height);
-  appendLe32(&bytes, header.width);
-  appendLe32(&bytes, 0);  // pitch or linear size: not trusted by the reader
-  appendLe32(&bytes, header.depth);
-  appendLe32(&bytes, header.mipCount);
+  for (uint32_t field : {fourCC('D', 'D', 'S', ' '), header.headerSize, flags, header.height, header.width, 0u,
+                         header.depth, header.mipCount})
+    appendLe32(&bytes, field);
   for (int i = 0; i < 11; ++i) appendLe32(&bytes, 0);
-  appendLe32(&bytes, header.pixelFormatSize);
-  appendLe32(&bytes, header.pixelFlags);
-  appendLe32(&bytes, header.fourCC);
-  appendLe32(&bytes, header.bitCount);
-  appendLe32(&bytes, header.redMask);
-  appendLe32(&bytes, header.greenMask);
-  appendLe32(&bytes, header.blueMask);
-  appendLe32(&bytes, header.alphaMask);
-  appendLe32(&bytes, caps);
-  appendLe32(&bytes, header.caps2);
-  appendLe32(&bytes, 0);
-  appendLe32(&bytes, 0);
-  appendLe32(&bytes, 0);
+  for (uint32_t field : {header.pixelFormatSize, header.pixelFlags, header.fourCC, header.bitCount, header.redMask,
+                         header.greenMask, header.blueMask, header.alphaMask, caps, header.caps2, 0u, 0u, 0u})
+    appendLe32(&bytes, field);
+  bytes.insert(bytes.end(), data.begin(), data.end());
   return bytes;
 }
 
@@ -298,8 +105,7 @@ DdsHeader ddsMasks(uint32_t width, uint32_t height, uint32_t bits, uint32_t red,
   header.greenMask = green;
   header.blueMask = blue;
   header.alphaMask = alpha;
-  header.pixelFlags = (red | green | blue ? kDdpfRgb : 0) | (alpha ? kDdpfAlphaPixels : 0);
-  if (!(red | green | blue)) header.pixelFlags = kDdpfAlpha;
+  header.pixelFlags = red | green | blue ? kDdpfRgb | (alpha ? kDdpfAlphaPixels : 0) : kDdpfAlpha;
   return header;
 }
 

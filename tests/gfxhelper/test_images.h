@@ -1,7 +1,7 @@
 #pragma once
 
-// Image files for tests, made by our own code: PNG, BMP, TGA and JPEG through
-// stb_image_write into memory, DDS headers field by field from the documented
+// Image files for tests, made by our own code: PNG, BMP and TGA through stb_image_write
+// into memory, one JPEG kept as bytes, DDS headers field by field from the documented
 // layout (the pixel data is appended by each test).
 
 #include <cstddef>
@@ -17,22 +17,12 @@ using Bytes = std::vector<uint8_t>;
 Bytes encodePng(int width, int height, int channels, const uint8_t* pixels);
 Bytes encodeBmp(int width, int height, int channels, const uint8_t* pixels);
 Bytes encodeTga(int width, int height, int channels, const uint8_t* pixels, bool rle);
-// stb_image_write's JPEG writer shifts signed ints past their range, which the native
-// build's UndefinedBehaviorSanitizer stops: use it in the Windows build only.
-Bytes encodeJpegStb(int width, int height, int channels, const uint8_t* pixels, int quality);
 
-// A JPEG of our own for any build: Y, Cb, Cr (or Y alone) without subsampling, one
-// quantiser for every coefficient (with 1, only the colour conversion and the
-// rounding of the transforms lose anything), and Huffman tables of fixed-length
-// codes, which the format allows as well as the usual ones. Baseline, or progressive
-// by spectral selection (the DC terms first, then each component's AC terms).
-// `rgb` holds 3 bytes per texel; edges are repeated to whole 8 x 8 blocks.
-struct JpegOptions {
-  bool progressive = false;
-  bool grey = false;
-  int quantiser = 1;  // 1..65535; above 255 the table is written with 16-bit entries
-};
-Bytes encodeJpeg(int width, int height, const uint8_t* rgb, const JpegOptions& options = JpegOptions());
+// A 4 x 2 baseline JPEG of these texels (R, G, B; red, green, blue, white over yellow,
+// cyan, magenta, black), written once by an encoder of ours with every quantiser 1 and
+// Huffman codes of fixed length: it decodes to within 1 of them.
+extern const uint8_t kJpegTexels[8][3];
+Bytes jpegFile();
 
 void appendLe16(Bytes* bytes, uint32_t value);
 void appendLe32(Bytes* bytes, uint32_t value);
@@ -58,8 +48,8 @@ struct DdsHeader {
   uint32_t pixelFormatSize = 32;
 };
 
-// The 128 bytes of magic and header.
-Bytes ddsHeader(const DdsHeader& header);
+// The 128 bytes of magic and header, then `data`.
+Bytes ddsFile(const DdsHeader& header, const Bytes& data = Bytes());
 
 // Headers of common kinds.
 DdsHeader ddsMasks(uint32_t width, uint32_t height, uint32_t bits, uint32_t red, uint32_t green, uint32_t blue,
@@ -69,6 +59,7 @@ DdsHeader ddsFourCC(uint32_t width, uint32_t height, uint32_t code);
 // Pixel format flags, from the documented layout.
 constexpr uint32_t kDdpfAlphaPixels = 0x1, kDdpfAlpha = 0x2, kDdpfFourCC = 0x4, kDdpfPalette8 = 0x20, kDdpfRgb = 0x40,
                    kDdpfLuminance = 0x20000;
+constexpr uint32_t kCaps2AllFacesOfACube = 0x200 | 0xfc00;
 
 // A DXT1 colour block from its two R5G6B5 end points and 16 two-bit indices (texel 0
 // first, row by row).

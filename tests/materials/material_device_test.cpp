@@ -52,7 +52,7 @@ std::vector<uint8_t> rgbTexels() {
 
 Bytes ddsImage() {
   Bytes file =
-      tstest::ddsHeader(tstest::ddsMasks(kImageWidth, kImageHeight, 32, 0x00ff0000, 0x0000ff00, 0x000000ff, 0));
+      tstest::ddsFile(tstest::ddsMasks(kImageWidth, kImageHeight, 32, 0x00ff0000, 0x0000ff00, 0x000000ff, 0));
   for (const auto& row : kTexels)
     for (const auto& texel : row) tstest::appendLe32(&file, 0xff000000u | texel[0] << 16 | texel[1] << 8 | texel[2]);
   return file;
@@ -71,7 +71,7 @@ std::vector<ImageFile> imagesOfEveryFormat() {
       {"bmp", bmp, 3},
       {"dds", ddsImage(), 3},
       {"dib", bmp, 3},
-      {"jpg", tstest::encodeJpeg(kImageWidth, kImageHeight, rgb.data()), 16},
+      {"jpg", tstest::jpegFile(), 16},
       {"png", tstest::encodePng(kImageWidth, kImageHeight, 3, rgb.data()), 3},
       {"tga", tstest::encodeTga(kImageWidth, kImageHeight, 3, rgb.data(), false), 3},
   };

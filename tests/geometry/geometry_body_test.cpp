@@ -48,27 +48,6 @@ TEST(GeometryBody, SmallBodyHasTheLayoutOfTheFormat) {
   EXPECT_EQ(file, fileOf("GOSM", 1, expected.bytes));
 }
 
-TEST(GeometryBody, FlagsOfSparseGeometriesAndFacesWithoutVerticesRefusedOnLoad) {
-  GeometrySimple empty;
-  EXPECT_EQ(bodyOf(storeFile(empty)), ByteWriter().u32(0).bytes);
-  GeometrySimple dynamic(true, false);
-  EXPECT_EQ(bodyOf(storeFile(dynamic)), ByteWriter().u32(0x10000).bytes);
-  // Colours alone set their flag but write no vertex data.
-  GeometrySimple coloured;
-  coloured.colors = {color(1.0f, 0.0f, 0.0f, 1.0f)};
-  EXPECT_EQ(bodyOf(storeFile(coloured)), ByteWriter().u32(0x800).bytes);
-
-  GeometrySimple g;
-  g.faces = {face(0, 1, 2)};
-  const Bytes file = storeFile(g);
-  EXPECT_EQ(bodyOf(file), ByteWriter().u32(0x12).u32(1).u16(0).u16(1).u16(2).bytes);
-  // Such faces name vertices that don't exist: nothing could draw them.
-  const tstest::ReadOutcome outcome = readFile(file);
-  EXPECT_EQ(outcome.root, nullptr);
-  ASSERT_EQ(outcome.boxes.size(), 1u);
-  EXPECT_NE(outcome.boxes[0].find("face 0 names vertex 0 of 0"), std::string::npos) << outcome.boxes[0];
-}
-
 // One combination of filled vectors and booleans.
 struct Combination {
   const char* name;
@@ -218,55 +197,6 @@ Bytes channels(uint32_t flags, uint32_t channelCount) {
   body.u32(flags | 0x1 | 0x100 | 0x400).u32(1).f32(0).f32(0).f32(0).u32(channelCount);
   for (uint32_t c = 0; c < channelCount; ++c) body.f32(0.5f).f32(0.25f);
   return fileOf("GOSM", 1, body.bytes);
-}
-
-TEST(GeometryHostile, BadCountsIndicesAndChannelsAreRefusedWithOneMessage) {
-  struct Case {
-    const char* name;
-    Bytes file;
-    const char* message;  // part of the one box
-  };
-  const Case cases[] = {
-      {"face index beyond the vertex count", twoFaces(3), "face 1 names vertex 3 of 3"},
-      {"two billion positions",
-       fileOf("GOSM", 1, ByteWriter().u32(0x1 | 0x100).u32(0x7FFFFFFF).f32(0).f32(0).f32(0).bytes), ""},
-      {"negative face count", fileOf("GOSM", 1, ByteWriter().u32(0x2).u32(0xFFFFFFFF).u16(0).u16(0).u16(0).bytes),
-       ""},
-      // The vertex count needs no bytes of its own, but each channel does.
-      {"channel count", fileOf("GOSM", 1, ByteWriter().u32(0x1 | 0x400).u32(4).u32(0x40000000).f32(0).f32(0).bytes),
-       ""},
-      {"record count", fileOf("GOSM", 1, ByteWriter().u32(0x4).u32(1000).u16(1).u16(2).u16(3).u16(4).bytes), ""},
-      // Normals without positions: the buffer writer would index past them.
-      {"normals without positions",
-       fileOf("GOSM", 1, ByteWriter().u32(0x1 | 0x200).u32(3).f32(1).f32(1).f32(1).f32(1).f32(1).f32(1).f32(1).f32(1)
-                             .f32(1).bytes),
-       "3 normals for 0 vertices"},
-      {"nine texture channels", channels(0, 9), "9 texture channels"},
-      {"tangent space takes two sets", channels(0x40000, 7), ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    const tstest::ReadOutcome outcome = readFile(c.file);
-    EXPECT_EQ(outcome.root, nullptr);
-    ASSERT_EQ(outcome.boxes.size(), 1u);
-    EXPECT_NE(outcome.boxes[0].find(c.message), std::string::npos) << outcome.boxes[0];
-  }
-  // Just within each limit, the same shapes load.
-  EXPECT_NE(readFile(twoFaces(1)).geometry(), nullptr);
-  EXPECT_NE(readFile(channels(0, 8)).geometry(), nullptr);
-  EXPECT_NE(readFile(channels(0x40000, 6)).geometry(), nullptr);
-}
-
-TEST(GeometryHostile, LaterVersionIsLeftUnread) {
-  ByteWriter body;
-  body.u32(0x1 | 0x100).u32(1).f32(1).f32(2).f32(3);
-  const tstest::ReadOutcome known = readFile(fileOf("GOSM", 1, body.bytes));
-  ASSERT_NE(known.geometry(), nullptr);
-  EXPECT_EQ(known.geometry()->positions.size(), 1u);
-  // A body of a later version may mean anything: none of it is taken.
-  const tstest::ReadOutcome later = readFile(fileOf("GOSM", 2, body.bytes));
-  ASSERT_NE(later.geometry(), nullptr);
-  EXPECT_TRUE(later.geometry()->positions.empty());
 }
 
 }  // namespace

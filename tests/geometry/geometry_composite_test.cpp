@@ -292,49 +292,4 @@ TEST(GeometryComposite, LaterVersionIsLeftUnread) {
   EXPECT_EQ(TrackedGeometry::live, 0) << "nothing of the body is made";
 }
 
-TEST(GeometryComposite, HostileBodiesGiveNullAMessageAndLeaveNothingBehind) {
-  const Bytes good = trackedFile();
-  ASSERT_EQ(TrackedGeometry::live, 0);
-  {
-    const tstest::ReadOutcome outcome = readFile(good);
-    ASSERT_NE(outcome.as<GeometryComposite>(), nullptr);
-    EXPECT_EQ(TrackedGeometry::live, 3) << "the children come back as their own class";
-  }
-  EXPECT_EQ(TrackedGeometry::live, 0);
-
-  struct Case {
-    const char* name;
-    Bytes file;
-    const char* message;  // part of the one box, or empty for any
-  };
-  std::vector<Case> cases;
-  cases.push_back({"huge count", fileOf("GOCP", 1, ByteWriter().u32(0x7FFFFFFF).bytes), "2147483647"});
-  cases.push_back({"negative count", fileOf("GOCP", 1, ByteWriter().u32(0xFFFFFFFF).bytes), ""});
-  cases.push_back({"null child", fileOf("GOCP", 1, ByteWriter().u32(1).u32(0).bytes), "null"});
-  {  // a tracked child, then an object that isn't a geometry
-    GeometryComposite one({new TrackedGeometry});
-    const Bytes firstChild = storeFile(one);
-    ByteWriter w;
-    w.u32(2).append(Bytes(firstChild.begin() + 20, firstChild.end()));
-    w.text("tLEF").u16(1).u16(2).u32(13).u32(7).u32(0).u32(0).u8(1);  // int32, double, bool
-    cases.push_back({"leaf among the children", fileOf("GOCP", 1, w.bytes), "unexpected class"});
-  }
-  for (size_t cut = 17; cut < good.size(); cut += 3) {
-    Bytes truncated(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(cut));
-    cases.push_back({"truncated", truncated, ""});
-  }
-
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    {
-      const tstest::ReadOutcome outcome = readFile(c.file);
-      EXPECT_EQ(outcome.root, nullptr);
-      ASSERT_EQ(outcome.boxes.size(), 1u);
-      EXPECT_NE(outcome.boxes[0].find(c.message), std::string::npos) << outcome.boxes[0];
-    }
-    EXPECT_EQ(TrackedGeometry::live, 0);
-    EXPECT_EQ(tstest::Leaf::live, 0);
-  }
-}
-
 }  // namespace

@@ -109,42 +109,6 @@ TEST_F(TextureStageTest, VersionOneHasNoModeByteAndVersionsAboveTwoAreRefused) {
   EXPECT_EQ(back->mappingMode, 0);
 }
 
-TEST_F(TextureStageTest, TheTextureIsSharedAndMustBeATexture) {
-  // A holder owns the texture and the stage; the stage meets the texture as a reference.
-  auto* texture = new ts3d::TextureBitmapFile("shared.png", 0);
-  auto* stage = new TextureStage;
-  stage->texture = texture;
-  tstest::Node holder("holder");
-  holder.children = {texture, stage};
-  std::unique_ptr<tstest::Node> back = tstest::roundTrip(holder);
-  ASSERT_NE(back, nullptr);
-  ASSERT_EQ(back->children.size(), 2u);
-  auto* backTexture = dynamic_cast<ts3d::TextureBitmapFile*>(back->children[0]);
-  auto* backStage = dynamic_cast<TextureStage*>(back->children[1]);
-  ASSERT_NE(backTexture, nullptr);
-  ASSERT_NE(backStage, nullptr);
-  EXPECT_EQ(backStage->texture, backTexture);
-  EXPECT_EQ(backTexture->fileName, "shared.png");
-
-  // A controller where the texture should be fails the read.
-  stage->texture = nullptr;
-  const Bytes good = tstest::storeToBytes(stage, 0);
-  tstest::ByteWriter body;
-  body.text("CCFL").u16(1).u16(1).u32(4).f32(1.0f);
-  body.bytes.insert(body.bytes.end(), good.begin() + tstest::kRootBodyAt + 4, good.end());
-  tstest::RecordingTracer tracer;
-  std::unique_ptr<tsio::Serializable> refused(tstest::loadFromBytes(tstest::fileOf("TS__", 2, body.bytes)));
-  EXPECT_EQ(refused, nullptr);
-  ASSERT_EQ(tracer.count('b'), 1u);
-  EXPECT_NE(tracer.texts('b')[0].find("unexpected class"), std::string::npos) << tracer.texts('b')[0];
-
-  // A body cut inside the states.
-  Bytes cut(good.begin(), good.begin() + tstest::kRootBodyAt + 40);
-  tstest::setWordAt(cut, tstest::kRootSizeAt, 40);
-  refused.reset(tstest::loadFromBytes(cut));
-  EXPECT_EQ(refused, nullptr);
-}
-
 TEST_F(TextureStageTest, StaticStagesLeaveTheStatesAsLoadedOrSetTheMatrixOnce) {
   // No controllers, no file matrix, mode 0: the states stay as loaded.
   TextureStage none;

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "geometry/oriented_box.h"
 #include "gfxhelper/d3dx9font.h"
@@ -28,7 +29,7 @@ namespace {
 // Beside the instance: nothing draws with the font or reads the counter, but both
 // live as long as the device.
 Context::FrameCounter* frameCounter = nullptr;
-ID3DXFont* font = nullptr;
+platform::ComPtr<ID3DXFont> font;
 
 struct ColorVertex {
   float x, y, z, rhw;
@@ -41,12 +42,6 @@ struct LineVertex {
   D3DCOLOR color;
 };
 static_assert(sizeof(LineVertex) == 16, "world vertex with colour");
-
-template <class T>
-void release(T*& object) {
-  if (object) object->Release();
-  object = nullptr;
-}
 
 // Render states that take a float take its bits.
 DWORD floatBits(float value) {
@@ -100,7 +95,7 @@ void Context::fatal(const char* text) {
 }
 
 bool Context::create() {
-  IDirect3D9* d3d = Direct3DCreate9(D3D_SDK_VERSION);
+  platform::ComPtr<IDirect3D9> d3d(Direct3DCreate9(D3D_SDK_VERSION));
   if (!d3d) fatal("Cannot Get Direct3D Interface.");
 
   D3DFORMAT format = D3DFMT_UNKNOWN;
@@ -175,24 +170,25 @@ bool Context::create() {
 
   if (!focusWindow) fatal("Not attached to a window.");
 
-  IDirect3DDevice9* device = nullptr;
+  platform::ComPtr<IDirect3DDevice9> device;
   if (FAILED(d3d->CreateDevice(D3DADAPTER_DEFAULT, D3DDEVTYPE_HAL, focusWindow, D3DCREATE_MIXED_VERTEXPROCESSING,
-                               &params, &device)) &&
+                               &params, device.out())) &&
       FAILED(d3d->CreateDevice(D3DADAPTER_DEFAULT, D3DDEVTYPE_HAL, focusWindow,
-                               D3DCREATE_SOFTWARE_VERTEXPROCESSING, &params, &device))) {
+                               D3DCREATE_SOFTWARE_VERTEXPROCESSING, &params, device.out()))) {
     // Nothing can be drawn without a device; the user is told why before we stop.
-    d3d->Release();
+    d3d.reset();
     fatal("Cannot create the Direct3D device.");
   }
 
-  if (wrapDevice) device = wrapDevice(device);
-  instance = new Context(d3d, device);
+  if (wrapDevice) device.reset(wrapDevice(device.release()));
+  instance = new Context(std::move(d3d), std::move(device));
   instance->initialise();
   instance->resizeWindow();
   return true;
 }
 
-Context::Context(IDirect3D9* d3d_, IDirect3DDevice9* device_) : d3d(d3d_), device(device_) {}
+Context::Context(platform::ComPtr<IDirect3D9> d3d_, platform::ComPtr<IDirect3DDevice9> device_)
+    : d3d(std::move(d3d_)), device(std::move(device_)) {}
 
 void Context::initialise() {
   D3DCAPS9 caps;
@@ -205,8 +201,8 @@ void Context::initialise() {
   capabilities.fogVertex = (caps.RasterCaps & D3DPRASTERCAPS_FOGVERTEX) != 0;
   capabilities.zFog = (caps.RasterCaps & D3DPRASTERCAPS_ZFOG) != 0;
   capabilities.wFog = (caps.RasterCaps & D3DPRASTERCAPS_WFOG) != 0;
-  IDirect3DSurface9* depth = nullptr;
-  if (SUCCEEDED(device->GetDepthStencilSurface(&depth))) {
+  platform::ComPtr<IDirect3DSurface9> depth;
+  if (SUCCEEDED(device->GetDepthStencilSurface(depth.out()))) {
     D3DSURFACE_DESC desc;
     depth->GetDesc(&desc);
     capabilities.stencilBits = stencilBitsOf(desc.Format);
@@ -241,11 +237,11 @@ void Context::initialise() {
   transforms.setWorld(m);
   device->SetTransform(D3DTS_WORLD, &m);
 
-  initialiseDeviceState(device, currentRenderState, currentStageState);
+  initialiseDeviceState(device.get(), currentRenderState, currentStageState);
 
   currentTarget = new RenderSurface;
-  device->GetRenderTarget(0, &currentTarget->surface);
-  currentTarget->depthSurface = depth;
+  device->GetRenderTarget(0, currentTarget->surface.out());
+  currentTarget->depthSurface = std::move(depth);
   currentTarget->viewport = viewport;
   currentTarget->owner = this;
 
@@ -261,7 +257,7 @@ void Context::initialise() {
     desc.Quality = 4;
     desc.PitchAndFamily = 2;
     std::strcpy(desc.FaceName, "Verdana");
-    if (SUCCEEDED(D3DXCreateFontIndirect(device, &desc, &font))) font->PreloadCharacters(0, 127);
+    if (SUCCEEDED(D3DXCreateFontIndirect(device.get(), &desc, font.out()))) font->PreloadCharacters(0, 127);
   }
 }
 
@@ -277,13 +273,13 @@ void Context::destroy() {
   if (!context) return;
   delete frameCounter;
   frameCounter = nullptr;
-  release(font);
-  release(context->indexRing);
-  release(context->vertexRing);
+  font.reset();
+  context->indexRing.reset();
+  context->vertexRing.reset();
   delete context->currentTarget;
   context->currentTarget = nullptr;
-  release(context->device);
-  release(context->d3d);
+  context->device.reset();
+  context->d3d.reset();
   delete context;
   instance = nullptr;
 }
@@ -353,8 +349,8 @@ void Context::clear(uint32_t flags, bool direct) {
 void Context::setRenderTarget(RenderSurface* target) {
   currentTarget->attach(nullptr);
   currentTarget = target;
-  device->SetRenderTarget(0, target->surface);
-  device->SetDepthStencilSurface(target->depthSurface);
+  device->SetRenderTarget(0, target->surface.get());
+  device->SetDepthStencilSurface(target->depthSurface.get());
   target->attach(this);
 }
 
@@ -365,26 +361,27 @@ void Context::setViewport(const D3DVIEWPORT9& viewport) {
 
 void Context::setTexture(uint32_t stage, IDirect3DBaseTexture9* texture) { device->SetTexture(stage, texture); }
 
-IDirect3DTexture9* Context::createTexture(uint32_t width, uint32_t height, uint32_t levels, DWORD usage,
-                                          D3DFORMAT format, D3DPOOL pool) {
-  IDirect3DTexture9* texture = nullptr;
-  if (FAILED(device->CreateTexture(width, height, levels, usage, format, pool, &texture, nullptr))) return nullptr;
+platform::ComPtr<IDirect3DTexture9> Context::createTexture(uint32_t width, uint32_t height, uint32_t levels,
+                                                           DWORD usage, D3DFORMAT format, D3DPOOL pool) {
+  platform::ComPtr<IDirect3DTexture9> texture;
+  if (FAILED(device->CreateTexture(width, height, levels, usage, format, pool, texture.out(), nullptr))) return {};
   return texture;
 }
 
-IDirect3DVertexBuffer9* Context::createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count, bool dynamic) {
-  IDirect3DVertexBuffer9* buffer = nullptr;
+platform::ComPtr<IDirect3DVertexBuffer9> Context::createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count,
+                                                                     bool dynamic) {
+  platform::ComPtr<IDirect3DVertexBuffer9> buffer;
   const DWORD usage = D3DUSAGE_WRITEONLY | (dynamic ? D3DUSAGE_DYNAMIC : 0);
-  if (FAILED(device->CreateVertexBuffer(stride * count, usage, fvf, D3DPOOL_DEFAULT, &buffer, nullptr)))
-    return nullptr;
+  if (FAILED(device->CreateVertexBuffer(stride * count, usage, fvf, D3DPOOL_DEFAULT, buffer.out(), nullptr)))
+    return {};
   return buffer;
 }
 
-IDirect3DIndexBuffer9* Context::createIndexBuffer(uint32_t count, bool dynamic) {
-  IDirect3DIndexBuffer9* buffer = nullptr;
+platform::ComPtr<IDirect3DIndexBuffer9> Context::createIndexBuffer(uint32_t count, bool dynamic) {
+  platform::ComPtr<IDirect3DIndexBuffer9> buffer;
   const DWORD usage = D3DUSAGE_WRITEONLY | (dynamic ? D3DUSAGE_DYNAMIC : 0);
-  if (FAILED(device->CreateIndexBuffer(count * 2, usage, D3DFMT_INDEX16, D3DPOOL_DEFAULT, &buffer, nullptr)))
-    return nullptr;
+  if (FAILED(device->CreateIndexBuffer(count * 2, usage, D3DFMT_INDEX16, D3DPOOL_DEFAULT, buffer.out(), nullptr)))
+    return {};
   return buffer;
 }
 
@@ -393,7 +390,7 @@ void* Context::lockDynamicVertices(DWORD fvf, uint32_t stride, uint32_t count) {
   if (stride == 0 || size > kRingBytes) return nullptr;
   if (!vertexRing) {
     if (FAILED(device->CreateVertexBuffer(kRingBytes, D3DUSAGE_WRITEONLY | D3DUSAGE_DYNAMIC, 0, D3DPOOL_DEFAULT,
-                                          &vertexRing, nullptr)))
+                                          vertexRing.out(), nullptr)))
       return nullptr;
     ringOffset = 0;
     ringLockedSize = 0;
@@ -417,7 +414,7 @@ void Context::unlockDynamicVertices() {
 
 void Context::drawDynamicVertices(D3DPRIMITIVETYPE type, uint32_t start, uint32_t primitiveCount) {
   useFvf(ringFvf);
-  device->SetStreamSource(0, vertexRing, ringOffset, ringStride);
+  device->SetStreamSource(0, vertexRing.get(), ringOffset, ringStride);
   device->DrawPrimitive(type, start, primitiveCount);
 }
 
@@ -426,7 +423,7 @@ uint16_t* Context::lockDynamicIndices(uint32_t count) {
   if (size > kRingBytes) return nullptr;
   if (!indexRing) {
     if (FAILED(device->CreateIndexBuffer(kRingBytes, D3DUSAGE_WRITEONLY | D3DUSAGE_DYNAMIC, D3DFMT_INDEX16,
-                                         D3DPOOL_DEFAULT, &indexRing, nullptr)))
+                                         D3DPOOL_DEFAULT, indexRing.out(), nullptr)))
       return nullptr;
     indexOffset = 0;
     indexLockedSize = 0;
@@ -447,8 +444,8 @@ void Context::unlockDynamicIndices() {
 
 void Context::drawDynamicIndexed(D3DPRIMITIVETYPE type, uint32_t start, uint32_t primitiveCount) {
   useFvf(ringFvf);
-  device->SetStreamSource(0, vertexRing, ringOffset, ringStride);
-  device->SetIndices(indexRing);
+  device->SetStreamSource(0, vertexRing.get(), ringOffset, ringStride);
+  device->SetIndices(indexRing.get());
   device->DrawIndexedPrimitive(type, 0, 0, ringLockedSize / ringStride, indexOffset / 2 + start, primitiveCount);
 }
 

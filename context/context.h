@@ -11,6 +11,7 @@
 #include "gfxhelper/d3dx9math.h"
 #include "materials/render_state_block.h"
 #include "materials/state_shadow.h"
+#include "platform/com_ptr.h"
 #include "scene/value_types.h"
 
 namespace ts3d {
@@ -88,10 +89,12 @@ class Context {
   void resetTextureStages();
   void setTexture(uint32_t stage, IDirect3DBaseTexture9* texture);
 
-  IDirect3DTexture9* createTexture(uint32_t width, uint32_t height, uint32_t levels, DWORD usage, D3DFORMAT format,
-                                   D3DPOOL pool);
-  IDirect3DVertexBuffer9* createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count, bool dynamic);
-  IDirect3DIndexBuffer9* createIndexBuffer(uint32_t count, bool dynamic);
+  // Each gives the new object with its one reference, or null.
+  platform::ComPtr<IDirect3DTexture9> createTexture(uint32_t width, uint32_t height, uint32_t levels, DWORD usage,
+                                                    D3DFORMAT format, D3DPOOL pool);
+  platform::ComPtr<IDirect3DVertexBuffer9> createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count,
+                                                              bool dynamic);
+  platform::ComPtr<IDirect3DIndexBuffer9> createIndexBuffer(uint32_t count, bool dynamic);
 
   void* lockDynamicVertices(DWORD fvf, uint32_t stride, uint32_t count);
   void unlockDynamicVertices();
@@ -125,15 +128,15 @@ class Context {
   uint32_t lightCount = 0;
   color ambient{0.0f, 0.0f, 0.0f, 0.0f};
   RenderSurface* currentTarget = nullptr;
-  IDirect3DVertexBuffer9* vertexRing = nullptr;
+  platform::ComPtr<IDirect3DVertexBuffer9> vertexRing;
   uint32_t ringFvf = 0, ringOffset = 0, ringLockedSize = 0, ringStride = 0;
-  IDirect3DIndexBuffer9* indexRing = nullptr;
+  platform::ComPtr<IDirect3DIndexBuffer9> indexRing;
   uint32_t indexOffset = 0, indexLockedSize = 0;
   bool effectActive = false;
   TransformCache transforms;
   float fieldOfView = 0.0f, aspect = 1.0f, nearPlane = 0.0f, farPlane = 1.0f;
-  IDirect3D9* d3d = nullptr;
-  IDirect3DDevice9* device = nullptr;
+  platform::ComPtr<IDirect3D9> d3d;
+  platform::ComPtr<IDirect3DDevice9> device;
 
   // Frames shown in the current window of about a second.
   struct FrameCounter {
@@ -141,7 +144,7 @@ class Context {
   };
 
  private:
-  Context(IDirect3D9* d3d, IDirect3DDevice9* device);
+  Context(platform::ComPtr<IDirect3D9> d3d, platform::ComPtr<IDirect3DDevice9> device);
   ~Context() = default;
   void initialise();
   void resizeWindow();

@@ -4,23 +4,23 @@
 namespace ts3d {
 
 void Context::applyRenderState(const RenderStateBlock& block) {
-  ts3d::applyRenderState(device, currentRenderState, overrideRenderState, block);
+  ts3d::applyRenderState(device.get(), currentRenderState, overrideRenderState, block);
 }
 
 void Context::applyDefaultRenderState() { applyRenderState(RenderStateBlock::defaultBlock()); }
 
 void Context::setRenderStateOverride(const RenderStateBlock& block) {
-  ts3d::setRenderStateOverride(device, currentRenderState, overrideRenderState, block);
+  ts3d::setRenderStateOverride(device.get(), currentRenderState, overrideRenderState, block);
 }
 
 void Context::clearRenderStateOverride() {
-  ts3d::clearRenderStateOverride(device, currentRenderState, overrideRenderState);
+  ts3d::clearRenderStateOverride(device.get(), currentRenderState, overrideRenderState);
 }
 
 void Context::applyStageState(uint32_t stage, const TextureStageStateBlock& block) {
-  ts3d::applyStageState(device, currentStageState, stage, block);
+  ts3d::applyStageState(device.get(), currentStageState, stage, block);
 }
 
-void Context::resetTextureStages() { ts3d::resetTextureStages(device, currentStageState); }
+void Context::resetTextureStages() { ts3d::resetTextureStages(device.get(), currentStageState); }
 
 }  // namespace ts3d

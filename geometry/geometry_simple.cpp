@@ -106,10 +106,8 @@ BoundingBox GeometrySimple::emptyBox() {
 }
 
 void GeometrySimple::releaseBuffers() {
-  if (vertexBuffer) vertexBuffer->Release();
-  if (indexBuffer) indexBuffer->Release();
-  vertexBuffer = nullptr;
-  indexBuffer = nullptr;
+  vertexBuffer.reset();
+  indexBuffer.reset();
   layout = BufferLayout();
 }
 
@@ -428,7 +426,7 @@ void GeometrySimple::updateBuffers(uint32_t mask) {
 void GeometrySimple::draw() {
   Context* context = Context::instance;
   if (!context || !vertexBuffer || !indexBuffer) return;
-  IDirect3DDevice9* device = context->device;
+  IDirect3DDevice9* device = context->device.get();
 
   // Coloured vertices carry no normals: lighting goes off for the draw and comes back after.
   const bool unlit = layout.colors;
@@ -442,9 +440,9 @@ void GeometrySimple::draw() {
     off.normalizeNormals = false;
     context->applyRenderState(off);
   }
-  device->SetIndices(indexBuffer);
+  device->SetIndices(indexBuffer.get());
   context->useFvf(vertexFormat);
-  device->SetStreamSource(0, vertexBuffer, 0, vertexStride);
+  device->SetStreamSource(0, vertexBuffer.get(), 0, vertexStride);
   device->DrawIndexedPrimitive(D3DPT_TRIANGLELIST, 0, 0, layout.vertices, 0, layout.faces);
   if (unlit) context->applyRenderState(saved);
 }

@@ -97,7 +97,7 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
   for (long i = 0; i < count; ++i) {
     stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
     const std::string path = framePath(options.folder, i);
-    if (!captureBackBuffer(window->context->device, frame) || !saveFrame(frame, path)) {
+    if (!captureBackBuffer(window->context->device.get(), frame) || !saveFrame(frame, path)) {
       std::fprintf(stderr, "\ntsplay: cannot write the frame '%s'\n", path.c_str());
       return 1;
     }

@@ -22,7 +22,7 @@ class RenderWindowTest : public ::testing::Test {
   }
 
   std::vector<uint32_t> readBack() {
-    IDirect3DDevice9* device = ts3d::Context::instance->device;
+    IDirect3DDevice9* device = ts3d::Context::instance->device.get();
     std::vector<uint32_t> pixels;
     IDirect3DSurface9* back = nullptr;
     IDirect3DSurface9* copy = nullptr;
@@ -112,7 +112,7 @@ TEST_F(RenderWindowTest, PoolsReuseFreedSurfacesAndEmptyWhenTheWindowCloses) {
   EXPECT_EQ(theDriver.smallSurfaces.size(), 1u);
 
   // Closing frees them with the device: nothing of ours keeps the device alive.
-  IDirect3DDevice9* device = ts3d::Context::instance->device;
+  IDirect3DDevice9* device = ts3d::Context::instance->device.get();
   device->AddRef();
   theDriver.renderWindow()->close();
   EXPECT_EQ(theDriver.screenSurfaces.size(), 0u);

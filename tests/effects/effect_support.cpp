@@ -64,7 +64,7 @@ std::vector<uint32_t> EffectTest::drawFrame(TimelineItem* effect, float time) {
   effect->update(0, time);
   effect->clearFrame();
   effect->render();
-  return readTarget(context->currentTarget->surface);
+  return readTarget(context->currentTarget->surface.get());
 }
 
 void EffectTest::keepOnFailure(const std::vector<uint32_t>& pixels, const char* name) const {
@@ -86,7 +86,7 @@ void LargeEffectTest::SetUp() {
   ts3d::Context::create();
   context = ts3d::Context::instance;
   ASSERT_NE(context, nullptr);
-  proxy = static_cast<ProxyDevice*>(context->device);
+  proxy = static_cast<ProxyDevice*>(context->device.get());
   context->setClearColor(ts3d::color(0, 0, 1, 1));
   theDriver.setControllerFactory(&factory);
 }

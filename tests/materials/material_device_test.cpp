@@ -124,7 +124,7 @@ class MaterialDeviceTest : public tstest::ContextTest {
     }
     material.endPasses();
     context->endScene();
-    return readTarget(context->currentTarget->surface);
+    return readTarget(context->currentTarget->surface.get());
   }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, unsigned int x, unsigned int y) {

@@ -90,7 +90,7 @@ class SceneDeviceTest : public tstest::ContextTest {
     scene.clear(time);
     scene.render();
     context->endScene();
-    return readTarget(context->currentTarget->surface);
+    return readTarget(context->currentTarget->surface.get());
   }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, unsigned int x, unsigned int y) {

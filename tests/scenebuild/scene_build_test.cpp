@@ -34,7 +34,7 @@ class SceneBuildTest : public tstest::ContextTest {
     scene.clear(time);
     scene.render();
     context->endScene();
-    return readTarget(context->currentTarget->surface);
+    return readTarget(context->currentTarget->surface.get());
   }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, int x, int y) {

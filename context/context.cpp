@@ -50,6 +50,10 @@ DWORD floatBits(float value) {
   return bits;
 }
 
+// The interface version the engine is written against, fixed whatever the SDK header
+// in use calls its own.
+constexpr UINT kDirect3DVersion = 31;
+
 uint32_t stencilBitsOf(D3DFORMAT format) {
   switch (format) {
     case D3DFMT_D15S1:
@@ -95,7 +99,7 @@ void Context::fatal(const char* text) {
 }
 
 bool Context::create() {
-  platform::ComPtr<IDirect3D9> d3d(Direct3DCreate9(D3D_SDK_VERSION));
+  platform::ComPtr<IDirect3D9> d3d(Direct3DCreate9(kDirect3DVersion));
   if (!d3d) fatal("Cannot Get Direct3D Interface.");
 
   D3DFORMAT format = D3DFMT_UNKNOWN;

@@ -319,16 +319,16 @@ void Context::clear(uint32_t flags, bool direct) {
   const D3DCOLOR packed = packColor(clearColor);
   if (direct) {
     DWORD mask = 0;
-    if (flags & 1) mask |= D3DCLEAR_TARGET;
-    if (flags & 2) mask |= D3DCLEAR_ZBUFFER;
-    if ((flags & 4) && capabilities.stencilBits != 0) mask |= D3DCLEAR_STENCIL;
+    if (flags & ClearTarget) mask |= D3DCLEAR_TARGET;
+    if (flags & ClearDepth) mask |= D3DCLEAR_ZBUFFER;
+    if ((flags & ClearStencil) && capabilities.stencilBits != 0) mask |= D3DCLEAR_STENCIL;
     if (mask) device->Clear(0, nullptr, mask, packed, 1.0f, 0);
     return;
   }
   const D3DVIEWPORT9& v = currentTarget->viewport;
   const float left = static_cast<float>(v.X), top = static_cast<float>(v.Y);
   const float right = left + static_cast<float>(v.Width), bottom = top + static_cast<float>(v.Height);
-  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, 20, 4));
+  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, sizeof(ColorVertex), 4));
   if (!quad) return;
   // Counter-clockwise on screen, so that the engine's usual culling of clockwise
   // faces keeps it whatever the rasteriser state.
@@ -338,12 +338,12 @@ void Context::clear(uint32_t flags, bool direct) {
   quad[3] = {right, bottom, 1.0f, 0.0f, packed};
   unlockDynamicVertices();
   RenderStateBlock block(RenderStateBlock::BlendingGroup | RenderStateBlock::DepthGroup);
-  if (flags & 8)
-    block.colorWriteMask = 8;
-  else if (!(flags & 1))
+  if (flags & ClearAlphaOnly)
+    block.colorWriteMask = D3DCOLORWRITEENABLE_ALPHA;
+  else if (!(flags & ClearTarget))
     block.colorWriteMask = 0;
-  if (flags & 2)
-    block.depthMode = 2;
+  if (flags & ClearDepth)
+    block.depthMode = DepthAlwaysWrite;
   else
     block.zEnable = false;
   applyRenderState(block);
@@ -499,13 +499,15 @@ void Context::clearClipPlanes() {
 }
 
 void Context::setFog(bool enable, const FogSettings& settings) {
-  if (!enable || settings.mode == 0) {
+  if (!enable || settings.mode == FogOff) {
     device->SetRenderState(D3DRS_FOGENABLE, FALSE);
     return;
   }
   device->SetRenderState(D3DRS_FOGENABLE, TRUE);
   device->SetRenderState(D3DRS_FOGCOLOR, settings.color);
-  const D3DFOGMODE mode = settings.mode == 1 ? D3DFOG_LINEAR : settings.mode == 2 ? D3DFOG_EXP : D3DFOG_EXP2;
+  const D3DFOGMODE mode = settings.mode == FogLinear        ? D3DFOG_LINEAR
+                          : settings.mode == FogExponential ? D3DFOG_EXP
+                                                            : D3DFOG_EXP2;
   auto sendValues = [&] {
     if (mode == D3DFOG_LINEAR) {
       device->SetRenderState(D3DRS_FOGSTART, floatBits(settings.start));
@@ -514,14 +516,14 @@ void Context::setFog(bool enable, const FogSettings& settings) {
       device->SetRenderState(D3DRS_FOGDENSITY, floatBits(settings.density));
     }
   };
-  if (settings.kind == 2) {
+  if (settings.kind == FogTable) {
     device->SetRenderState(D3DRS_FOGVERTEXMODE, D3DFOG_NONE);
     device->SetRenderState(D3DRS_RANGEFOGENABLE, FALSE);
     device->SetRenderState(D3DRS_FOGTABLEMODE, mode);
     sendValues();
   } else {
     device->SetRenderState(D3DRS_FOGTABLEMODE, D3DFOG_NONE);
-    device->SetRenderState(D3DRS_RANGEFOGENABLE, settings.kind == 3 ? TRUE : FALSE);
+    device->SetRenderState(D3DRS_RANGEFOGENABLE, settings.kind == FogVertexRange ? TRUE : FALSE);
     device->SetRenderState(D3DRS_FOGVERTEXMODE, mode);
     sendValues();
   }
@@ -529,7 +531,7 @@ void Context::setFog(bool enable, const FogSettings& settings) {
 
 void Context::drawLine(const float* from, const float* to, const color& colour) {
   const D3DCOLOR packed = packColor(colour);
-  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, 20, 2));
+  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, sizeof(ColorVertex), 2));
   if (!line) return;
   line[0] = {from[0], from[1], 1.0f, 1.0f, packed};
   line[1] = {to[0], to[1], 1.0f, 1.0f, packed};
@@ -547,7 +549,7 @@ void Context::drawWireBox(const OrientedBox& box, const color& colour) {
   setWorldMatrix(box.toWorld);
   const D3DCOLOR packed = packColor(colour);
   const float x = box.halfSize.x, y = box.halfSize.y, z = box.halfSize.z;
-  auto* v = static_cast<LineVertex*>(lockDynamicVertices(D3DFVF_XYZ | D3DFVF_DIFFUSE, 16, 18));
+  auto* v = static_cast<LineVertex*>(lockDynamicVertices(D3DFVF_XYZ | D3DFVF_DIFFUSE, sizeof(LineVertex), 18));
   if (v) {
     const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
     for (int i = 0; i < 5; ++i) v[i] = {corners[i % 4][0], corners[i % 4][1], -z, packed};

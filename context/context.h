@@ -31,9 +31,14 @@ struct Capabilities {
   bool autoGenMipMap = false;
 };
 
+enum FogMode : int32_t { FogOff, FogLinear, FogExponential, FogExponentialSquared };
+
+// Where fog is computed: per vertex, per pixel from a table, or per vertex by range.
+enum FogKind : int32_t { FogVertex = 1, FogTable, FogVertexRange };
+
 struct FogSettings {
-  int32_t mode = 0;  // 0 off, 1 linear, 2 exponential, 3 exponential squared
-  int32_t kind = 1;  // 1 vertex, 2 table, 3 vertex with range
+  int32_t mode = FogOff;
+  int32_t kind = FogVertex;
   D3DCOLOR color = 0;
   float start = 0.0f, end = 1.0f, density = 1.0f;
 };
@@ -45,6 +50,13 @@ struct FogSettings {
 class Context {
  public:
   static constexpr uint32_t kRingBytes = 0x100000;
+
+  // Bits of clear's flags. Alpha only keeps the colour channels of a quad clear.
+  static constexpr uint32_t ClearTarget = 0x1;
+  static constexpr uint32_t ClearDepth = 0x2;
+  static constexpr uint32_t ClearStencil = 0x4;
+  static constexpr uint32_t ClearAlphaOnly = 0x8;
+  static constexpr uint32_t ClearAll = ClearTarget | ClearDepth | ClearStencil;
 
   // Configuration, set before create.
   static void setWindows(HWND focus, HWND device);

@@ -1,10 +1,10 @@
+// The device's set-up and lifetime: formats, creation, the starting state, destruction.
 #include "context/context.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
-#include "geometry/oriented_box.h"
 #include "gfxhelper/d3dx9font.h"
 #include "platform/message_box.h"
 
@@ -30,25 +30,6 @@ namespace {
 // live as long as the device.
 Context::FrameCounter* frameCounter = nullptr;
 platform::ComPtr<ID3DXFont> font;
-
-struct ColorVertex {
-  float x, y, z, rhw;
-  D3DCOLOR color;
-};
-static_assert(sizeof(ColorVertex) == 20, "screen vertex with colour");
-
-struct LineVertex {
-  float x, y, z;
-  D3DCOLOR color;
-};
-static_assert(sizeof(LineVertex) == 16, "world vertex with colour");
-
-// Render states that take a float take its bits.
-DWORD floatBits(float value) {
-  DWORD bits;
-  std::memcpy(&bits, &value, sizeof bits);
-  return bits;
-}
 
 // The interface version the engine is written against, fixed whatever the SDK header
 // in use calls its own.
@@ -304,67 +285,6 @@ void Context::present() {
   device->Present(nullptr, nullptr, nullptr, nullptr);
 }
 
-void Context::setAmbient(const color& value) {
-  device->SetRenderState(D3DRS_AMBIENT, packColor(value));
-  ambient = value;
-}
-
-void Context::useFvf(DWORD fvf) {
-  if (!effectActive) device->SetVertexShader(nullptr);
-  device->SetFVF(fvf);
-}
-
-void Context::clear(uint32_t flags, bool direct) {
-  if (flags == 0) return;
-  const D3DCOLOR packed = packColor(clearColor);
-  if (direct) {
-    DWORD mask = 0;
-    if (flags & ClearTarget) mask |= D3DCLEAR_TARGET;
-    if (flags & ClearDepth) mask |= D3DCLEAR_ZBUFFER;
-    if ((flags & ClearStencil) && capabilities.stencilBits != 0) mask |= D3DCLEAR_STENCIL;
-    if (mask) device->Clear(0, nullptr, mask, packed, 1.0f, 0);
-    return;
-  }
-  const D3DVIEWPORT9& v = currentTarget->viewport;
-  const float left = static_cast<float>(v.X), top = static_cast<float>(v.Y);
-  const float right = left + static_cast<float>(v.Width), bottom = top + static_cast<float>(v.Height);
-  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, sizeof(ColorVertex), 4));
-  if (!quad) return;
-  // Counter-clockwise on screen, so that the engine's usual culling of clockwise
-  // faces keeps it whatever the rasteriser state.
-  quad[0] = {left, top, 1.0f, 0.0f, packed};
-  quad[1] = {left, bottom, 1.0f, 0.0f, packed};
-  quad[2] = {right, top, 1.0f, 0.0f, packed};
-  quad[3] = {right, bottom, 1.0f, 0.0f, packed};
-  unlockDynamicVertices();
-  RenderStateBlock block(RenderStateBlock::BlendingGroup | RenderStateBlock::DepthGroup);
-  if (flags & ClearAlphaOnly)
-    block.colorWriteMask = D3DCOLORWRITEENABLE_ALPHA;
-  else if (!(flags & ClearTarget))
-    block.colorWriteMask = 0;
-  if (flags & ClearDepth)
-    block.depthMode = DepthAlwaysWrite;
-  else
-    block.zEnable = false;
-  applyRenderState(block);
-  drawDynamicVertices(D3DPT_TRIANGLESTRIP, 0, 2);
-}
-
-void Context::setRenderTarget(RenderSurface* target) {
-  currentTarget->attach(nullptr);
-  currentTarget = target;
-  device->SetRenderTarget(0, target->surface.get());
-  device->SetDepthStencilSurface(target->depthSurface.get());
-  target->attach(this);
-}
-
-void Context::setViewport(const D3DVIEWPORT9& viewport) {
-  currentTarget->viewport = viewport;
-  device->SetViewport(&viewport);
-}
-
-void Context::setTexture(uint32_t stage, IDirect3DBaseTexture9* texture) { device->SetTexture(stage, texture); }
-
 platform::ComPtr<IDirect3DTexture9> Context::createTexture(uint32_t width, uint32_t height, uint32_t levels,
                                                            DWORD usage, D3DFORMAT format, D3DPOOL pool) {
   platform::ComPtr<IDirect3DTexture9> texture;
@@ -387,201 +307,6 @@ platform::ComPtr<IDirect3DIndexBuffer9> Context::createIndexBuffer(uint32_t coun
   if (FAILED(device->CreateIndexBuffer(count * 2, usage, D3DFMT_INDEX16, D3DPOOL_DEFAULT, buffer.out(), nullptr)))
     return {};
   return buffer;
-}
-
-void* Context::lockDynamicVertices(DWORD fvf, uint32_t stride, uint32_t count) {
-  const uint32_t size = stride * count;
-  if (stride == 0 || size > kRingBytes) return nullptr;
-  if (!vertexRing) {
-    if (FAILED(device->CreateVertexBuffer(kRingBytes, D3DUSAGE_WRITEONLY | D3DUSAGE_DYNAMIC, 0, D3DPOOL_DEFAULT,
-                                          vertexRing.out(), nullptr)))
-      return nullptr;
-    ringOffset = 0;
-    ringLockedSize = 0;
-  } else {
-    // The first whole vertex, in the new stride, behind the last lock.
-    ringOffset = (ringOffset + ringLockedSize + stride) / stride * stride;
-    if (ringOffset + size > kRingBytes) ringOffset = 0;
-  }
-  ringFvf = fvf;
-  ringStride = stride;
-  ringLockedSize = size;
-  void* data = nullptr;
-  if (FAILED(vertexRing->Lock(ringOffset, size, &data, ringOffset == 0 ? D3DLOCK_DISCARD : D3DLOCK_NOOVERWRITE)))
-    return nullptr;
-  return data;
-}
-
-void Context::unlockDynamicVertices() {
-  if (vertexRing) vertexRing->Unlock();
-}
-
-void Context::drawDynamicVertices(D3DPRIMITIVETYPE type, uint32_t start, uint32_t primitiveCount) {
-  useFvf(ringFvf);
-  device->SetStreamSource(0, vertexRing.get(), ringOffset, ringStride);
-  device->DrawPrimitive(type, start, primitiveCount);
-}
-
-uint16_t* Context::lockDynamicIndices(uint32_t count) {
-  const uint32_t size = count * 2;
-  if (size > kRingBytes) return nullptr;
-  if (!indexRing) {
-    if (FAILED(device->CreateIndexBuffer(kRingBytes, D3DUSAGE_WRITEONLY | D3DUSAGE_DYNAMIC, D3DFMT_INDEX16,
-                                         D3DPOOL_DEFAULT, indexRing.out(), nullptr)))
-      return nullptr;
-    indexOffset = 0;
-    indexLockedSize = 0;
-  } else {
-    indexOffset += indexLockedSize;
-    if (indexOffset + size > kRingBytes) indexOffset = 0;
-  }
-  indexLockedSize = size;
-  void* data = nullptr;
-  if (FAILED(indexRing->Lock(indexOffset, size, &data, indexOffset == 0 ? D3DLOCK_DISCARD : D3DLOCK_NOOVERWRITE)))
-    return nullptr;
-  return static_cast<uint16_t*>(data);
-}
-
-void Context::unlockDynamicIndices() {
-  if (indexRing) indexRing->Unlock();
-}
-
-void Context::drawDynamicIndexed(D3DPRIMITIVETYPE type, uint32_t start, uint32_t primitiveCount) {
-  useFvf(ringFvf);
-  device->SetStreamSource(0, vertexRing.get(), ringOffset, ringStride);
-  device->SetIndices(indexRing.get());
-  device->DrawIndexedPrimitive(type, 0, 0, ringLockedSize / ringStride, indexOffset / 2 + start, primitiveCount);
-}
-
-void Context::setMaterial(const D3DMATERIAL9* material) { device->SetMaterial(material); }
-
-void Context::setDefaultMaterial() {
-  // The device's own default: white diffuse, everything else black.
-  D3DMATERIAL9 material = {};
-  material.Diffuse = {1.0f, 1.0f, 1.0f, 1.0f};
-  device->SetMaterial(&material);
-}
-
-void Context::addLight(const D3DLIGHT9* light) {
-  device->SetLight(lightCount, light);
-  device->LightEnable(lightCount, TRUE);
-  ++lightCount;
-}
-
-void Context::clearLights() {
-  for (uint32_t i = 0; i < lightCount; ++i) device->LightEnable(i, FALSE);
-  lightCount = 0;
-}
-
-matrix Context::setPerspective(float fov, float aspectRatio, float nearZ, float farZ) {
-  fieldOfView = fov;
-  aspect = aspectRatio;
-  nearPlane = nearZ;
-  farPlane = farZ;
-  matrix projection;
-  D3DXMatrixPerspectiveFovRH(&projection, fov, aspectRatio, nearZ, farZ);
-  transforms.setProjection(projection);
-  device->SetTransform(D3DTS_PROJECTION, &projection);
-  return projection;
-}
-
-void Context::pushClipPlane(const D3DXPLANE& plane) {
-  clipPlanes.push_back(plane);
-  const float sent[4] = {plane.a, plane.b, plane.c, -plane.d};
-  const DWORD count = static_cast<DWORD>(clipPlanes.size());
-  device->SetClipPlane(count - 1, sent);
-  device->SetRenderState(D3DRS_CLIPPLANEENABLE, (1u << count) - 1);
-}
-
-void Context::clearClipPlanes() {
-  device->SetRenderState(D3DRS_CLIPPLANEENABLE, 0);
-  clipPlanes.clear();
-}
-
-void Context::setFog(bool enable, const FogSettings& settings) {
-  if (!enable || settings.mode == FogOff) {
-    device->SetRenderState(D3DRS_FOGENABLE, FALSE);
-    return;
-  }
-  device->SetRenderState(D3DRS_FOGENABLE, TRUE);
-  device->SetRenderState(D3DRS_FOGCOLOR, settings.color);
-  const D3DFOGMODE mode = settings.mode == FogLinear        ? D3DFOG_LINEAR
-                          : settings.mode == FogExponential ? D3DFOG_EXP
-                                                            : D3DFOG_EXP2;
-  auto sendValues = [&] {
-    if (mode == D3DFOG_LINEAR) {
-      device->SetRenderState(D3DRS_FOGSTART, floatBits(settings.start));
-      device->SetRenderState(D3DRS_FOGEND, floatBits(settings.end));
-    } else {
-      device->SetRenderState(D3DRS_FOGDENSITY, floatBits(settings.density));
-    }
-  };
-  if (settings.kind == FogTable) {
-    device->SetRenderState(D3DRS_FOGVERTEXMODE, D3DFOG_NONE);
-    device->SetRenderState(D3DRS_RANGEFOGENABLE, FALSE);
-    device->SetRenderState(D3DRS_FOGTABLEMODE, mode);
-    sendValues();
-  } else {
-    device->SetRenderState(D3DRS_FOGTABLEMODE, D3DFOG_NONE);
-    device->SetRenderState(D3DRS_RANGEFOGENABLE, settings.kind == FogVertexRange ? TRUE : FALSE);
-    device->SetRenderState(D3DRS_FOGVERTEXMODE, mode);
-    sendValues();
-  }
-}
-
-void Context::drawLine(const float* from, const float* to, const color& colour) {
-  const D3DCOLOR packed = packColor(colour);
-  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, sizeof(ColorVertex), 2));
-  if (!line) return;
-  line[0] = {from[0], from[1], 1.0f, 1.0f, packed};
-  line[1] = {to[0], to[1], 1.0f, 1.0f, packed};
-  unlockDynamicVertices();
-  RenderStateBlock block(0xffff);
-  block.zEnable = false;
-  block.lighting = false;
-  applyRenderState(block);
-  resetTextureStages();
-  drawDynamicVertices(D3DPT_LINELIST, 0, 1);
-}
-
-void Context::drawWireBox(const OrientedBox& box, const color& colour) {
-  const matrix previousWorld = transforms.world;
-  setWorldMatrix(box.toWorld);
-  const D3DCOLOR packed = packColor(colour);
-  const float x = box.halfSize.x, y = box.halfSize.y, z = box.halfSize.z;
-  auto* v = static_cast<LineVertex*>(lockDynamicVertices(D3DFVF_XYZ | D3DFVF_DIFFUSE, sizeof(LineVertex), 18));
-  if (v) {
-    const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
-    for (int i = 0; i < 5; ++i) v[i] = {corners[i % 4][0], corners[i % 4][1], -z, packed};
-    for (int i = 0; i < 5; ++i) v[5 + i] = {corners[i % 4][0], corners[i % 4][1], z, packed};
-    for (int i = 0; i < 4; ++i) {
-      v[10 + 2 * i] = {corners[i][0], corners[i][1], -z, packed};
-      v[11 + 2 * i] = {corners[i][0], corners[i][1], z, packed};
-    }
-    unlockDynamicVertices();
-    static const RenderStateBlock unlit = [] {
-      RenderStateBlock block(0xffff);
-      block.lighting = false;
-      return block;
-    }();
-    applyRenderState(unlit);
-    resetTextureStages();
-    drawDynamicVertices(D3DPT_LINESTRIP, 0, 4);
-    drawDynamicVertices(D3DPT_LINESTRIP, 5, 4);
-    drawDynamicVertices(D3DPT_LINELIST, 10, 4);
-  }
-  setWorldMatrix(previousWorld);
-}
-
-void Context::resetMaterial() {
-  setDefaultMaterial();
-  applyDefaultRenderState();
-  resetTextureStages();
-}
-
-void Context::setWorldMatrix(const matrix& world) {
-  transforms.setWorld(world);
-  device->SetTransform(D3DTS_WORLD, &world);
 }
 
 }  // namespace ts3d

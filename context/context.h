@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "context/dynamic_ring.h"
 #include "context/render_surface.h"
 #include "context/transform_cache.h"
 #include "gfxhelper/d3dx9math.h"
@@ -49,7 +50,8 @@ struct FogSettings {
 // configured and created by the render window.
 class Context {
  public:
-  static constexpr uint32_t kRingBytes = 0x100000;
+  using VertexRing = DynamicRing<IDirect3DVertexBuffer9>;
+  using IndexRing = DynamicRing<IDirect3DIndexBuffer9>;
 
   // Bits of clear's flags. Alpha only keeps the colour channels of a quad clear.
   static constexpr uint32_t ClearTarget = 0x1;
@@ -140,10 +142,9 @@ class Context {
   uint32_t lightCount = 0;
   color ambient{0.0f, 0.0f, 0.0f, 0.0f};
   RenderSurface* currentTarget = nullptr;
-  platform::ComPtr<IDirect3DVertexBuffer9> vertexRing;
-  uint32_t ringFvf = 0, ringOffset = 0, ringLockedSize = 0, ringStride = 0;
-  platform::ComPtr<IDirect3DIndexBuffer9> indexRing;
-  uint32_t indexOffset = 0, indexLockedSize = 0;
+  VertexRing vertexRing;
+  uint32_t ringFvf = 0, ringStride = 0;  // of the vertex ring's last lock
+  IndexRing indexRing;
   bool effectActive = false;
   TransformCache transforms;
   float fieldOfView = 0.0f, aspect = 1.0f, nearPlane = 0.0f, farPlane = 1.0f;

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "platform/png_write.h"
 #include "tests/context/context_fixture.h"
 
 namespace {
@@ -17,9 +16,7 @@ uint32_t at(const std::vector<uint32_t>& pixels, unsigned int width, unsigned in
 
 void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, unsigned int width, unsigned int height,
                    const char* name) {
-  if (!ok && pixels.size() == static_cast<size_t>(width) * height)
-    platform::writePng(std::string(name) + ".failed.png", static_cast<int>(width), static_cast<int>(height),
-                       pixels.data(), static_cast<int>(width * 4));
+  if (!ok) tstest::saveFailedFrame(pixels, width, height, name);
 }
 
 TEST(ContextConfiguration, DisplayModeSettlesDepthAndWindowsDefaultToFocus) {

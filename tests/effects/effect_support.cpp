@@ -4,7 +4,6 @@
 
 #include "driver/driver_kmt.h"
 #include "effects/timeline_item.h"
-#include "platform/png_write.h"
 #include "tests/gfxhelper/test_images.h"
 
 namespace tstest {
@@ -68,9 +67,7 @@ std::vector<uint32_t> EffectTest::drawFrame(TimelineItem* effect, float time) {
 }
 
 void EffectTest::keepOnFailure(const std::vector<uint32_t>& pixels, const char* name) const {
-  if (testing::Test::HasFailure() && pixels.size() == static_cast<size_t>(width) * height)
-    platform::writePng(std::string(name) + ".failed.png", static_cast<int>(width), static_cast<int>(height),
-                       pixels.data(), static_cast<int>(width * 4));
+  if (testing::Test::HasFailure()) saveFailedFrame(pixels, width, height, name);
 }
 
 void LargeEffectTest::SetUp() {

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "geometry/geometry_composite.h"
-#include "platform/png_write.h"
 #include "tests/context/context_fixture.h"
 #include "tests/geometry/geometry_support.h"
 
@@ -43,9 +42,7 @@ class GeometryDeviceTest : public tstest::ContextTest {
   }
 
   static void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, const char* name) {
-    if (!ok && pixels.size() == static_cast<size_t>(kWidth) * kHeight)
-      platform::writePng(std::string(name) + ".failed.png", static_cast<int>(kWidth), static_cast<int>(kHeight),
-                         pixels.data(), static_cast<int>(kWidth * 4));
+    if (!ok) tstest::saveFailedFrame(pixels, kWidth, kHeight, name);
   }
 
   // The lower left half of the screen: corners bottom left, top left, bottom right, at depth 0.5.

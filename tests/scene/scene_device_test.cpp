@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/png_write.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/hierarchy_node.h"
@@ -98,9 +97,7 @@ class SceneDeviceTest : public tstest::ContextTest {
   }
 
   static void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, const char* name) {
-    if (!ok && pixels.size() == static_cast<size_t>(kWidth) * kHeight)
-      platform::writePng(std::string(name) + ".failed.png", static_cast<int>(kWidth), static_cast<int>(kHeight),
-                         pixels.data(), static_cast<int>(kWidth * 4));
+    if (!ok) tstest::saveFailedFrame(pixels, kWidth, kHeight, name);
   }
 };
 

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/png_write.h"
 #include "scene/register.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
@@ -45,8 +44,7 @@ class SceneBuildTest : public tstest::ContextTest {
   static int blue(uint32_t p) { return static_cast<int>(p & 0xff); }
 
   static void keepOnFailure(const std::vector<uint32_t>& pixels, const char* name) {
-    if (testing::Test::HasFailure() && pixels.size() == 640u * 480u)
-      platform::writePng(std::string(name) + ".failed.png", 640, 480, pixels.data(), 640 * 4);
+    if (testing::Test::HasFailure()) tstest::saveFailedFrame(pixels, 640, 480, name);
   }
 };
 

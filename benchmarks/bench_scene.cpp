@@ -30,9 +30,9 @@ using ts3d::vect3;
 constexpr int kMeshes = 1000, kMaterials = 20;
 
 IDirect3DDevice9* wrap(IDirect3DDevice9* real) {
-  tstest::ProxyDevice* proxy = tstest::ProxyDevice::create(real);
-  real->Release();
-  return proxy;
+  // The proxy takes its own reference; the one given here goes with this scope.
+  const platform::ComPtr<IDirect3DDevice9> given(real);
+  return tstest::ProxyDevice::create(real);
 }
 
 // A grid of boxes in front of the camera, every third one moving; materials differ in
@@ -103,7 +103,7 @@ int main() {
     return 1;
   }
   ts3d::Context* context = ts3d::Context::instance;
-  auto* proxy = static_cast<tstest::ProxyDevice*>(context->device);
+  auto* proxy = static_cast<tstest::ProxyDevice*>(context->device.get());
   ts3d::SceneHierarchy* scene = stressScene();
   scene->createResources();
 

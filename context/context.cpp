@@ -1,9 +1,10 @@
+// The device's set-up and lifetime: formats, creation, the starting state, destruction.
 #include "context/context.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
-#include "geometry/oriented_box.h"
 #include "gfxhelper/d3dx9font.h"
 #include "platform/message_box.h"
 
@@ -28,32 +29,11 @@ namespace {
 // Beside the instance: nothing draws with the font or reads the counter, but both
 // live as long as the device.
 Context::FrameCounter* frameCounter = nullptr;
-ID3DXFont* font = nullptr;
+platform::ComPtr<ID3DXFont> font;
 
-struct ColorVertex {
-  float x, y, z, rhw;
-  D3DCOLOR color;
-};
-static_assert(sizeof(ColorVertex) == 20, "screen vertex with colour");
-
-struct LineVertex {
-  float x, y, z;
-  D3DCOLOR color;
-};
-static_assert(sizeof(LineVertex) == 16, "world vertex with colour");
-
-template <class T>
-void release(T*& object) {
-  if (object) object->Release();
-  object = nullptr;
-}
-
-// Render states that take a float take its bits.
-DWORD floatBits(float value) {
-  DWORD bits;
-  std::memcpy(&bits, &value, sizeof bits);
-  return bits;
-}
+// The interface version the engine is written against, fixed whatever the SDK header
+// in use calls its own.
+constexpr UINT kDirect3DVersion = 31;
 
 uint32_t stencilBitsOf(D3DFORMAT format) {
   switch (format) {
@@ -100,7 +80,7 @@ void Context::fatal(const char* text) {
 }
 
 bool Context::create() {
-  IDirect3D9* d3d = Direct3DCreate9(D3D_SDK_VERSION);
+  platform::ComPtr<IDirect3D9> d3d(Direct3DCreate9(kDirect3DVersion));
   if (!d3d) fatal("Cannot Get Direct3D Interface.");
 
   D3DFORMAT format = D3DFMT_UNKNOWN;
@@ -175,24 +155,25 @@ bool Context::create() {
 
   if (!focusWindow) fatal("Not attached to a window.");
 
-  IDirect3DDevice9* device = nullptr;
+  platform::ComPtr<IDirect3DDevice9> device;
   if (FAILED(d3d->CreateDevice(D3DADAPTER_DEFAULT, D3DDEVTYPE_HAL, focusWindow, D3DCREATE_MIXED_VERTEXPROCESSING,
-                               &params, &device)) &&
+                               &params, device.out())) &&
       FAILED(d3d->CreateDevice(D3DADAPTER_DEFAULT, D3DDEVTYPE_HAL, focusWindow,
-                               D3DCREATE_SOFTWARE_VERTEXPROCESSING, &params, &device))) {
+                               D3DCREATE_SOFTWARE_VERTEXPROCESSING, &params, device.out()))) {
     // Nothing can be drawn without a device; the user is told why before we stop.
-    d3d->Release();
+    d3d.reset();
     fatal("Cannot create the Direct3D device.");
   }
 
-  if (wrapDevice) device = wrapDevice(device);
-  instance = new Context(d3d, device);
+  if (wrapDevice) device.reset(wrapDevice(device.release()));
+  instance = new Context(std::move(d3d), std::move(device));
   instance->initialise();
   instance->resizeWindow();
   return true;
 }
 
-Context::Context(IDirect3D9* d3d_, IDirect3DDevice9* device_) : d3d(d3d_), device(device_) {}
+Context::Context(platform::ComPtr<IDirect3D9> d3d_, platform::ComPtr<IDirect3DDevice9> device_)
+    : d3d(std::move(d3d_)), device(std::move(device_)) {}
 
 void Context::initialise() {
   D3DCAPS9 caps;
@@ -205,8 +186,8 @@ void Context::initialise() {
   capabilities.fogVertex = (caps.RasterCaps & D3DPRASTERCAPS_FOGVERTEX) != 0;
   capabilities.zFog = (caps.RasterCaps & D3DPRASTERCAPS_ZFOG) != 0;
   capabilities.wFog = (caps.RasterCaps & D3DPRASTERCAPS_WFOG) != 0;
-  IDirect3DSurface9* depth = nullptr;
-  if (SUCCEEDED(device->GetDepthStencilSurface(&depth))) {
+  platform::ComPtr<IDirect3DSurface9> depth;
+  if (SUCCEEDED(device->GetDepthStencilSurface(depth.out()))) {
     D3DSURFACE_DESC desc;
     depth->GetDesc(&desc);
     capabilities.stencilBits = stencilBitsOf(desc.Format);
@@ -241,11 +222,11 @@ void Context::initialise() {
   transforms.setWorld(m);
   device->SetTransform(D3DTS_WORLD, &m);
 
-  initialiseDeviceState(device, currentRenderState, currentStageState);
+  initialiseDeviceState(device.get(), currentRenderState, currentStageState);
 
   currentTarget = new RenderSurface;
-  device->GetRenderTarget(0, &currentTarget->surface);
-  currentTarget->depthSurface = depth;
+  device->GetRenderTarget(0, currentTarget->surface.out());
+  currentTarget->depthSurface = std::move(depth);
   currentTarget->viewport = viewport;
   currentTarget->owner = this;
 
@@ -261,7 +242,7 @@ void Context::initialise() {
     desc.Quality = 4;
     desc.PitchAndFamily = 2;
     std::strcpy(desc.FaceName, "Verdana");
-    if (SUCCEEDED(D3DXCreateFontIndirect(device, &desc, &font))) font->PreloadCharacters(0, 127);
+    if (SUCCEEDED(D3DXCreateFontIndirect(device.get(), &desc, font.out()))) font->PreloadCharacters(0, 127);
   }
 }
 
@@ -277,13 +258,13 @@ void Context::destroy() {
   if (!context) return;
   delete frameCounter;
   frameCounter = nullptr;
-  release(font);
-  release(context->indexRing);
-  release(context->vertexRing);
+  font.reset();
+  context->indexRing.reset();
+  context->vertexRing.reset();
   delete context->currentTarget;
   context->currentTarget = nullptr;
-  release(context->device);
-  release(context->d3d);
+  context->device.reset();
+  context->d3d.reset();
   delete context;
   instance = nullptr;
 }
@@ -304,281 +285,28 @@ void Context::present() {
   device->Present(nullptr, nullptr, nullptr, nullptr);
 }
 
-void Context::setAmbient(const color& value) {
-  device->SetRenderState(D3DRS_AMBIENT, packColor(value));
-  ambient = value;
-}
-
-void Context::useFvf(DWORD fvf) {
-  if (!effectActive) device->SetVertexShader(nullptr);
-  device->SetFVF(fvf);
-}
-
-void Context::clear(uint32_t flags, bool direct) {
-  if (flags == 0) return;
-  const D3DCOLOR packed = packColor(clearColor);
-  if (direct) {
-    DWORD mask = 0;
-    if (flags & 1) mask |= D3DCLEAR_TARGET;
-    if (flags & 2) mask |= D3DCLEAR_ZBUFFER;
-    if ((flags & 4) && capabilities.stencilBits != 0) mask |= D3DCLEAR_STENCIL;
-    if (mask) device->Clear(0, nullptr, mask, packed, 1.0f, 0);
-    return;
-  }
-  const D3DVIEWPORT9& v = currentTarget->viewport;
-  const float left = static_cast<float>(v.X), top = static_cast<float>(v.Y);
-  const float right = left + static_cast<float>(v.Width), bottom = top + static_cast<float>(v.Height);
-  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, 20, 4));
-  if (!quad) return;
-  // Counter-clockwise on screen, so that the engine's usual culling of clockwise
-  // faces keeps it whatever the rasteriser state.
-  quad[0] = {left, top, 1.0f, 0.0f, packed};
-  quad[1] = {left, bottom, 1.0f, 0.0f, packed};
-  quad[2] = {right, top, 1.0f, 0.0f, packed};
-  quad[3] = {right, bottom, 1.0f, 0.0f, packed};
-  unlockDynamicVertices();
-  RenderStateBlock block(RenderStateBlock::BlendingGroup | RenderStateBlock::DepthGroup);
-  if (flags & 8)
-    block.colorWriteMask = 8;
-  else if (!(flags & 1))
-    block.colorWriteMask = 0;
-  if (flags & 2)
-    block.depthMode = 2;
-  else
-    block.zEnable = false;
-  applyRenderState(block);
-  drawDynamicVertices(D3DPT_TRIANGLESTRIP, 0, 2);
-}
-
-void Context::setRenderTarget(RenderSurface* target) {
-  currentTarget->attach(nullptr);
-  currentTarget = target;
-  device->SetRenderTarget(0, target->surface);
-  device->SetDepthStencilSurface(target->depthSurface);
-  target->attach(this);
-}
-
-void Context::setViewport(const D3DVIEWPORT9& viewport) {
-  currentTarget->viewport = viewport;
-  device->SetViewport(&viewport);
-}
-
-void Context::setTexture(uint32_t stage, IDirect3DBaseTexture9* texture) { device->SetTexture(stage, texture); }
-
-IDirect3DTexture9* Context::createTexture(uint32_t width, uint32_t height, uint32_t levels, DWORD usage,
-                                          D3DFORMAT format, D3DPOOL pool) {
-  IDirect3DTexture9* texture = nullptr;
-  if (FAILED(device->CreateTexture(width, height, levels, usage, format, pool, &texture, nullptr))) return nullptr;
+platform::ComPtr<IDirect3DTexture9> Context::createTexture(uint32_t width, uint32_t height, uint32_t levels,
+                                                           DWORD usage, D3DFORMAT format, D3DPOOL pool) {
+  platform::ComPtr<IDirect3DTexture9> texture;
+  if (FAILED(device->CreateTexture(width, height, levels, usage, format, pool, texture.out(), nullptr))) return {};
   return texture;
 }
 
-IDirect3DVertexBuffer9* Context::createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count, bool dynamic) {
-  IDirect3DVertexBuffer9* buffer = nullptr;
+platform::ComPtr<IDirect3DVertexBuffer9> Context::createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count,
+                                                                     bool dynamic) {
+  platform::ComPtr<IDirect3DVertexBuffer9> buffer;
   const DWORD usage = D3DUSAGE_WRITEONLY | (dynamic ? D3DUSAGE_DYNAMIC : 0);
-  if (FAILED(device->CreateVertexBuffer(stride * count, usage, fvf, D3DPOOL_DEFAULT, &buffer, nullptr)))
-    return nullptr;
+  if (FAILED(device->CreateVertexBuffer(stride * count, usage, fvf, D3DPOOL_DEFAULT, buffer.out(), nullptr)))
+    return {};
   return buffer;
 }
 
-IDirect3DIndexBuffer9* Context::createIndexBuffer(uint32_t count, bool dynamic) {
-  IDirect3DIndexBuffer9* buffer = nullptr;
+platform::ComPtr<IDirect3DIndexBuffer9> Context::createIndexBuffer(uint32_t count, bool dynamic) {
+  platform::ComPtr<IDirect3DIndexBuffer9> buffer;
   const DWORD usage = D3DUSAGE_WRITEONLY | (dynamic ? D3DUSAGE_DYNAMIC : 0);
-  if (FAILED(device->CreateIndexBuffer(count * 2, usage, D3DFMT_INDEX16, D3DPOOL_DEFAULT, &buffer, nullptr)))
-    return nullptr;
+  if (FAILED(device->CreateIndexBuffer(count * 2, usage, D3DFMT_INDEX16, D3DPOOL_DEFAULT, buffer.out(), nullptr)))
+    return {};
   return buffer;
-}
-
-void* Context::lockDynamicVertices(DWORD fvf, uint32_t stride, uint32_t count) {
-  const uint32_t size = stride * count;
-  if (stride == 0 || size > kRingBytes) return nullptr;
-  if (!vertexRing) {
-    if (FAILED(device->CreateVertexBuffer(kRingBytes, D3DUSAGE_WRITEONLY | D3DUSAGE_DYNAMIC, 0, D3DPOOL_DEFAULT,
-                                          &vertexRing, nullptr)))
-      return nullptr;
-    ringOffset = 0;
-    ringLockedSize = 0;
-  } else {
-    // The first whole vertex, in the new stride, behind the last lock.
-    ringOffset = (ringOffset + ringLockedSize + stride) / stride * stride;
-    if (ringOffset + size > kRingBytes) ringOffset = 0;
-  }
-  ringFvf = fvf;
-  ringStride = stride;
-  ringLockedSize = size;
-  void* data = nullptr;
-  if (FAILED(vertexRing->Lock(ringOffset, size, &data, ringOffset == 0 ? D3DLOCK_DISCARD : D3DLOCK_NOOVERWRITE)))
-    return nullptr;
-  return data;
-}
-
-void Context::unlockDynamicVertices() {
-  if (vertexRing) vertexRing->Unlock();
-}
-
-void Context::drawDynamicVertices(D3DPRIMITIVETYPE type, uint32_t start, uint32_t primitiveCount) {
-  useFvf(ringFvf);
-  device->SetStreamSource(0, vertexRing, ringOffset, ringStride);
-  device->DrawPrimitive(type, start, primitiveCount);
-}
-
-uint16_t* Context::lockDynamicIndices(uint32_t count) {
-  const uint32_t size = count * 2;
-  if (size > kRingBytes) return nullptr;
-  if (!indexRing) {
-    if (FAILED(device->CreateIndexBuffer(kRingBytes, D3DUSAGE_WRITEONLY | D3DUSAGE_DYNAMIC, D3DFMT_INDEX16,
-                                         D3DPOOL_DEFAULT, &indexRing, nullptr)))
-      return nullptr;
-    indexOffset = 0;
-    indexLockedSize = 0;
-  } else {
-    indexOffset += indexLockedSize;
-    if (indexOffset + size > kRingBytes) indexOffset = 0;
-  }
-  indexLockedSize = size;
-  void* data = nullptr;
-  if (FAILED(indexRing->Lock(indexOffset, size, &data, indexOffset == 0 ? D3DLOCK_DISCARD : D3DLOCK_NOOVERWRITE)))
-    return nullptr;
-  return static_cast<uint16_t*>(data);
-}
-
-void Context::unlockDynamicIndices() {
-  if (indexRing) indexRing->Unlock();
-}
-
-void Context::drawDynamicIndexed(D3DPRIMITIVETYPE type, uint32_t start, uint32_t primitiveCount) {
-  useFvf(ringFvf);
-  device->SetStreamSource(0, vertexRing, ringOffset, ringStride);
-  device->SetIndices(indexRing);
-  device->DrawIndexedPrimitive(type, 0, 0, ringLockedSize / ringStride, indexOffset / 2 + start, primitiveCount);
-}
-
-void Context::setMaterial(const D3DMATERIAL9* material) { device->SetMaterial(material); }
-
-void Context::setDefaultMaterial() {
-  // The device's own default: white diffuse, everything else black.
-  D3DMATERIAL9 material = {};
-  material.Diffuse = {1.0f, 1.0f, 1.0f, 1.0f};
-  device->SetMaterial(&material);
-}
-
-void Context::addLight(const D3DLIGHT9* light) {
-  device->SetLight(lightCount, light);
-  device->LightEnable(lightCount, TRUE);
-  ++lightCount;
-}
-
-void Context::clearLights() {
-  for (uint32_t i = 0; i < lightCount; ++i) device->LightEnable(i, FALSE);
-  lightCount = 0;
-}
-
-matrix Context::setPerspective(float fov, float aspectRatio, float nearZ, float farZ) {
-  fieldOfView = fov;
-  aspect = aspectRatio;
-  nearPlane = nearZ;
-  farPlane = farZ;
-  matrix projection;
-  D3DXMatrixPerspectiveFovRH(&projection, fov, aspectRatio, nearZ, farZ);
-  transforms.setProjection(projection);
-  device->SetTransform(D3DTS_PROJECTION, &projection);
-  return projection;
-}
-
-void Context::pushClipPlane(const D3DXPLANE& plane) {
-  clipPlanes.push_back(plane);
-  const float sent[4] = {plane.a, plane.b, plane.c, -plane.d};
-  const DWORD count = static_cast<DWORD>(clipPlanes.size());
-  device->SetClipPlane(count - 1, sent);
-  device->SetRenderState(D3DRS_CLIPPLANEENABLE, (1u << count) - 1);
-}
-
-void Context::clearClipPlanes() {
-  device->SetRenderState(D3DRS_CLIPPLANEENABLE, 0);
-  clipPlanes.clear();
-}
-
-void Context::setFog(bool enable, const FogSettings& settings) {
-  if (!enable || settings.mode == 0) {
-    device->SetRenderState(D3DRS_FOGENABLE, FALSE);
-    return;
-  }
-  device->SetRenderState(D3DRS_FOGENABLE, TRUE);
-  device->SetRenderState(D3DRS_FOGCOLOR, settings.color);
-  const D3DFOGMODE mode = settings.mode == 1 ? D3DFOG_LINEAR : settings.mode == 2 ? D3DFOG_EXP : D3DFOG_EXP2;
-  auto sendValues = [&] {
-    if (mode == D3DFOG_LINEAR) {
-      device->SetRenderState(D3DRS_FOGSTART, floatBits(settings.start));
-      device->SetRenderState(D3DRS_FOGEND, floatBits(settings.end));
-    } else {
-      device->SetRenderState(D3DRS_FOGDENSITY, floatBits(settings.density));
-    }
-  };
-  if (settings.kind == 2) {
-    device->SetRenderState(D3DRS_FOGVERTEXMODE, D3DFOG_NONE);
-    device->SetRenderState(D3DRS_RANGEFOGENABLE, FALSE);
-    device->SetRenderState(D3DRS_FOGTABLEMODE, mode);
-    sendValues();
-  } else {
-    device->SetRenderState(D3DRS_FOGTABLEMODE, D3DFOG_NONE);
-    device->SetRenderState(D3DRS_RANGEFOGENABLE, settings.kind == 3 ? TRUE : FALSE);
-    device->SetRenderState(D3DRS_FOGVERTEXMODE, mode);
-    sendValues();
-  }
-}
-
-void Context::drawLine(const float* from, const float* to, const color& colour) {
-  const D3DCOLOR packed = packColor(colour);
-  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, 20, 2));
-  if (!line) return;
-  line[0] = {from[0], from[1], 1.0f, 1.0f, packed};
-  line[1] = {to[0], to[1], 1.0f, 1.0f, packed};
-  unlockDynamicVertices();
-  RenderStateBlock block(0xffff);
-  block.zEnable = false;
-  block.lighting = false;
-  applyRenderState(block);
-  resetTextureStages();
-  drawDynamicVertices(D3DPT_LINELIST, 0, 1);
-}
-
-void Context::drawWireBox(const OrientedBox& box, const color& colour) {
-  const matrix previousWorld = transforms.world;
-  setWorldMatrix(box.toWorld);
-  const D3DCOLOR packed = packColor(colour);
-  const float x = box.halfSize.x, y = box.halfSize.y, z = box.halfSize.z;
-  auto* v = static_cast<LineVertex*>(lockDynamicVertices(D3DFVF_XYZ | D3DFVF_DIFFUSE, 16, 18));
-  if (v) {
-    const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
-    for (int i = 0; i < 5; ++i) v[i] = {corners[i % 4][0], corners[i % 4][1], -z, packed};
-    for (int i = 0; i < 5; ++i) v[5 + i] = {corners[i % 4][0], corners[i % 4][1], z, packed};
-    for (int i = 0; i < 4; ++i) {
-      v[10 + 2 * i] = {corners[i][0], corners[i][1], -z, packed};
-      v[11 + 2 * i] = {corners[i][0], corners[i][1], z, packed};
-    }
-    unlockDynamicVertices();
-    static const RenderStateBlock unlit = [] {
-      RenderStateBlock block(0xffff);
-      block.lighting = false;
-      return block;
-    }();
-    applyRenderState(unlit);
-    resetTextureStages();
-    drawDynamicVertices(D3DPT_LINESTRIP, 0, 4);
-    drawDynamicVertices(D3DPT_LINESTRIP, 5, 4);
-    drawDynamicVertices(D3DPT_LINELIST, 10, 4);
-  }
-  setWorldMatrix(previousWorld);
-}
-
-void Context::resetMaterial() {
-  setDefaultMaterial();
-  applyDefaultRenderState();
-  resetTextureStages();
-}
-
-void Context::setWorldMatrix(const matrix& world) {
-  transforms.setWorld(world);
-  device->SetTransform(D3DTS_WORLD, &world);
 }
 
 }  // namespace ts3d

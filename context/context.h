@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <vector>
 
+#include "context/dynamic_ring.h"
 #include "context/render_surface.h"
 #include "context/transform_cache.h"
 #include "gfxhelper/d3dx9math.h"
 #include "materials/render_state_block.h"
 #include "materials/state_shadow.h"
+#include "platform/com_ptr.h"
 #include "scene/value_types.h"
 
 namespace ts3d {
@@ -30,9 +32,14 @@ struct Capabilities {
   bool autoGenMipMap = false;
 };
 
+enum FogMode : int32_t { FogOff, FogLinear, FogExponential, FogExponentialSquared };
+
+// Where fog is computed: per vertex, per pixel from a table, or per vertex by range.
+enum FogKind : int32_t { FogVertex = 1, FogTable, FogVertexRange };
+
 struct FogSettings {
-  int32_t mode = 0;  // 0 off, 1 linear, 2 exponential, 3 exponential squared
-  int32_t kind = 1;  // 1 vertex, 2 table, 3 vertex with range
+  int32_t mode = FogOff;
+  int32_t kind = FogVertex;
   D3DCOLOR color = 0;
   float start = 0.0f, end = 1.0f, density = 1.0f;
 };
@@ -43,7 +50,15 @@ struct FogSettings {
 // configured and created by the render window.
 class Context {
  public:
-  static constexpr uint32_t kRingBytes = 0x100000;
+  using VertexRing = DynamicRing<IDirect3DVertexBuffer9>;
+  using IndexRing = DynamicRing<IDirect3DIndexBuffer9>;
+
+  // Bits of clear's flags. Alpha only keeps the colour channels of a quad clear.
+  static constexpr uint32_t ClearTarget = 0x1;
+  static constexpr uint32_t ClearDepth = 0x2;
+  static constexpr uint32_t ClearStencil = 0x4;
+  static constexpr uint32_t ClearAlphaOnly = 0x8;
+  static constexpr uint32_t ClearAll = ClearTarget | ClearDepth | ClearStencil;
 
   // Configuration, set before create.
   static void setWindows(HWND focus, HWND device);
@@ -88,10 +103,12 @@ class Context {
   void resetTextureStages();
   void setTexture(uint32_t stage, IDirect3DBaseTexture9* texture);
 
-  IDirect3DTexture9* createTexture(uint32_t width, uint32_t height, uint32_t levels, DWORD usage, D3DFORMAT format,
-                                   D3DPOOL pool);
-  IDirect3DVertexBuffer9* createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count, bool dynamic);
-  IDirect3DIndexBuffer9* createIndexBuffer(uint32_t count, bool dynamic);
+  // Each gives the new object with its one reference, or null.
+  platform::ComPtr<IDirect3DTexture9> createTexture(uint32_t width, uint32_t height, uint32_t levels, DWORD usage,
+                                                    D3DFORMAT format, D3DPOOL pool);
+  platform::ComPtr<IDirect3DVertexBuffer9> createVertexBuffer(DWORD fvf, uint32_t stride, uint32_t count,
+                                                              bool dynamic);
+  platform::ComPtr<IDirect3DIndexBuffer9> createIndexBuffer(uint32_t count, bool dynamic);
 
   void* lockDynamicVertices(DWORD fvf, uint32_t stride, uint32_t count);
   void unlockDynamicVertices();
@@ -125,15 +142,14 @@ class Context {
   uint32_t lightCount = 0;
   color ambient{0.0f, 0.0f, 0.0f, 0.0f};
   RenderSurface* currentTarget = nullptr;
-  IDirect3DVertexBuffer9* vertexRing = nullptr;
-  uint32_t ringFvf = 0, ringOffset = 0, ringLockedSize = 0, ringStride = 0;
-  IDirect3DIndexBuffer9* indexRing = nullptr;
-  uint32_t indexOffset = 0, indexLockedSize = 0;
+  VertexRing vertexRing;
+  uint32_t ringFvf = 0, ringStride = 0;  // of the vertex ring's last lock
+  IndexRing indexRing;
   bool effectActive = false;
   TransformCache transforms;
   float fieldOfView = 0.0f, aspect = 1.0f, nearPlane = 0.0f, farPlane = 1.0f;
-  IDirect3D9* d3d = nullptr;
-  IDirect3DDevice9* device = nullptr;
+  platform::ComPtr<IDirect3D9> d3d;
+  platform::ComPtr<IDirect3DDevice9> device;
 
   // Frames shown in the current window of about a second.
   struct FrameCounter {
@@ -141,7 +157,7 @@ class Context {
   };
 
  private:
-  Context(IDirect3D9* d3d, IDirect3DDevice9* device);
+  Context(platform::ComPtr<IDirect3D9> d3d, platform::ComPtr<IDirect3DDevice9> device);
   ~Context() = default;
   void initialise();
   void resizeWindow();

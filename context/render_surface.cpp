@@ -13,12 +13,6 @@ uint32_t nextPowerOfTwo(uint32_t value) {
 
 }  // namespace
 
-RenderSurface::~RenderSurface() {
-  if (surface) surface->Release();
-  if (depthSurface) depthSurface->Release();
-  if (texture) texture->Release();
-}
-
 RenderSurface* RenderSurface::create(uint32_t width, uint32_t height, bool powerOfTwo, bool keepAspect) {
   Context* context = Context::instance;
   const D3DFORMAT format = Context::colorBits == 16 ? D3DFMT_R5G6B5 : D3DFMT_A8R8G8B8;
@@ -27,11 +21,11 @@ RenderSurface* RenderSurface::create(uint32_t width, uint32_t height, bool power
   const uint32_t textureHeight = powerOfTwo ? nextPowerOfTwo(height) : height;
 
   auto* result = new RenderSurface;
-  result->texture = context->createTexture(textureWidth, textureHeight, 1, D3DUSAGE_RENDERTARGET, format,
-                                           D3DPOOL_DEFAULT);
+  result->texture =
+      context->createTexture(textureWidth, textureHeight, 1, D3DUSAGE_RENDERTARGET, format, D3DPOOL_DEFAULT);
   context->device->CreateDepthStencilSurface(textureWidth, textureHeight, depthFormat, D3DMULTISAMPLE_NONE, 0, FALSE,
-                                             &result->depthSurface, nullptr);
-  if (result->texture) result->texture->GetSurfaceLevel(0, &result->surface);
+                                             result->depthSurface.out(), nullptr);
+  if (result->texture) result->texture->GetSurfaceLevel(0, result->surface.out());
 
   const D3DVIEWPORT9& screen = context->currentTarget->viewport;
   D3DVIEWPORT9 viewport = {0, 0, width, height, screen.MinZ, screen.MaxZ};

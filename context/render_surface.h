@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "platform/com_ptr.h"
+
 namespace ts3d {
 
 class Context;
@@ -13,7 +15,6 @@ class Context;
 class RenderSurface {
  public:
   RenderSurface() = default;
-  ~RenderSurface();
   RenderSurface(const RenderSurface&) = delete;
   RenderSurface& operator=(const RenderSurface&) = delete;
 
@@ -24,9 +25,9 @@ class RenderSurface {
   void attach(Context* context);
   void setViewport(const D3DVIEWPORT9& value);
 
-  IDirect3DTexture9* texture = nullptr;
-  IDirect3DSurface9* surface = nullptr;
-  IDirect3DSurface9* depthSurface = nullptr;
+  platform::ComPtr<IDirect3DTexture9> texture;
+  platform::ComPtr<IDirect3DSurface9> surface;
+  platform::ComPtr<IDirect3DSurface9> depthSurface;
   D3DVIEWPORT9 viewport = {};
   Context* owner = nullptr;
   float uScale = 0.0f;

@@ -33,7 +33,7 @@ void RenderWindow::close() {
 
 void RenderWindow::drawIdleFrame() {
   ts3d::Context* c = ts3d::Context::instance;
-  c->clear(7, true);
+  c->clear(ts3d::Context::ClearAll, true);
   c->beginScene();
   const ts3d::color red(1.0f, 0.0f, 0.0f, 0.0f);
   const float w = static_cast<float>(width), h = static_cast<float>(height);

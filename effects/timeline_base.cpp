@@ -64,7 +64,7 @@ void TimelineBase::update(uint32_t, float time) {
   }
 }
 
-void TimelineBase::clearFrame() { ts3d::Context::instance->clear(7, true); }
+void TimelineBase::clearFrame() { ts3d::Context::instance->clear(ts3d::Context::ClearAll, true); }
 
 uint32_t TimelineBase::controllerCount() const { return static_cast<uint32_t>(controllers.size()); }
 

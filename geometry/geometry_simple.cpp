@@ -107,10 +107,8 @@ BoundingBox GeometrySimple::emptyBox() {
 }
 
 void GeometrySimple::releaseBuffers() {
-  if (vertexBuffer) vertexBuffer->Release();
-  if (indexBuffer) indexBuffer->Release();
-  vertexBuffer = nullptr;
-  indexBuffer = nullptr;
+  vertexBuffer.reset();
+  indexBuffer.reset();
   layout = BufferLayout();
 }
 
@@ -408,7 +406,7 @@ void GeometrySimple::updateBuffers(uint32_t mask) {
 void GeometrySimple::draw() {
   Context* context = Context::instance;
   if (!context || !vertexBuffer || !indexBuffer) return;
-  IDirect3DDevice9* device = context->device;
+  IDirect3DDevice9* device = context->device.get();
 
   // Coloured vertices carry no normals: lighting goes off for the draw and comes back after.
   const bool unlit = layout.colors;
@@ -422,9 +420,9 @@ void GeometrySimple::draw() {
     off.normalizeNormals = false;
     context->applyRenderState(off);
   }
-  device->SetIndices(indexBuffer);
+  device->SetIndices(indexBuffer.get());
   context->useFvf(vertexFormat);
-  device->SetStreamSource(0, vertexBuffer, 0, vertexStride);
+  device->SetStreamSource(0, vertexBuffer.get(), 0, vertexStride);
   device->DrawIndexedPrimitive(D3DPT_TRIANGLELIST, 0, 0, layout.vertices, 0, layout.faces);
   if (unlit) context->applyRenderState(saved);
 }

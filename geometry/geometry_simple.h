@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "geometry/geometry.h"
+#include "platform/com_ptr.h"
 
 namespace ts3d {
 
@@ -92,8 +93,8 @@ class GeometrySimple : public Geometry {
   std::vector<vect3> normals;
   std::vector<TextureChannel> textureChannels;
   std::vector<color> colors;
-  IDirect3DVertexBuffer9* vertexBuffer = nullptr;
-  IDirect3DIndexBuffer9* indexBuffer = nullptr;
+  platform::ComPtr<IDirect3DVertexBuffer9> vertexBuffer;
+  platform::ComPtr<IDirect3DIndexBuffer9> indexBuffer;
   std::vector<AuxiliaryRecord> auxiliaryRecords;
   std::vector<vect3> tangents;
   std::vector<vect3> binormals;

@@ -8,6 +8,8 @@
 #include <new>
 #include <vector>
 
+#include "platform/com_ptr.h"
+
 namespace {
 
 constexpr INT kMaxHeight = 256;
@@ -53,7 +55,10 @@ bool isLineBreak(char c) { return c == '\n' || c == '\r'; }
 
 class Font final : public ID3DXFont {
  public:
-  Font(IDirect3DDevice9* device, const D3DXFONT_DESCA& desc) : device_(device), desc_(desc) { device_->AddRef(); }
+  Font(IDirect3DDevice9* device, const D3DXFONT_DESCA& desc) : desc_(desc) {
+    device->AddRef();
+    device_.reset(device);
+  }
   Font(const Font&) = delete;
   Font& operator=(const Font&) = delete;
 
@@ -79,7 +84,7 @@ class Font final : public ID3DXFont {
   HRESULT STDMETHODCALLTYPE GetDevice(IDirect3DDevice9** device) override {
     if (!device) return D3DERR_INVALIDCALL;
     device_->AddRef();
-    *device = device_;
+    *device = device_.get();
     return D3D_OK;
   }
   HRESULT STDMETHODCALLTYPE GetDescA(D3DXFONT_DESCA* desc) override {
@@ -120,7 +125,7 @@ class Font final : public ID3DXFont {
   void drawQuads(const std::vector<Vertex>& vertices);
 
   ULONG refs_ = 1;
-  IDirect3DDevice9* device_;
+  platform::ComPtr<IDirect3DDevice9> device_;
   D3DXFONT_DESCA desc_;
 
   HDC dc_ = nullptr;
@@ -132,13 +137,12 @@ class Font final : public ID3DXFont {
   int dibWidth_ = 0;
   int lineHeight_ = 0;
 
-  IDirect3DTexture9* atlas_ = nullptr;
+  platform::ComPtr<IDirect3DTexture9> atlas_;
   int atlasSize_ = 0;
   Glyph glyphs_[kCodes];
 };
 
 Font::~Font() {
-  if (atlas_) atlas_->Release();
   if (dc_) {
     if (previousBitmap_) SelectObject(dc_, previousBitmap_);
     if (previousFont_) SelectObject(dc_, previousFont_);
@@ -146,7 +150,6 @@ Font::~Font() {
   }
   if (dib_) DeleteObject(dib_);
   if (font_) DeleteObject(font_);
-  device_->Release();
 }
 
 HRESULT Font::create() {
@@ -238,9 +241,9 @@ HRESULT Font::create() {
   SetTextAlign(dc_, TA_LEFT | TA_TOP | TA_NOUPDATECP);
 
   HRESULT result = device_->CreateTexture(static_cast<UINT>(atlasSize_), static_cast<UINT>(atlasSize_), 1, 0,
-                                          D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &atlas_, nullptr);
+                                          D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, atlas_.out(), nullptr);
   if (FAILED(result)) {
-    atlas_ = nullptr;
+    atlas_.reset();
     return result;
   }
   D3DLOCKED_RECT locked;
@@ -402,13 +405,13 @@ INT Font::DrawTextA(void* sprite, const char* text, INT count, RECT* rect, DWORD
 
 void Font::drawQuads(const std::vector<Vertex>& vertices) {
   // Everything the caller had set comes back afterwards.
-  IDirect3DStateBlock9* saved = nullptr;
-  if (FAILED(device_->CreateStateBlock(D3DSBT_ALL, &saved))) return;
+  platform::ComPtr<IDirect3DStateBlock9> saved;
+  if (FAILED(device_->CreateStateBlock(D3DSBT_ALL, saved.out()))) return;
 
   device_->SetVertexShader(nullptr);
   device_->SetPixelShader(nullptr);
   device_->SetFVF(kFvf);
-  device_->SetTexture(0, atlas_);
+  device_->SetTexture(0, atlas_.get());
   for (DWORD stage = 1; stage < 8; ++stage) device_->SetTexture(stage, nullptr);
 
   device_->SetRenderState(D3DRS_ZENABLE, D3DZB_FALSE);
@@ -458,7 +461,6 @@ void Font::drawQuads(const std::vector<Vertex>& vertices) {
   }
 
   saved->Apply();
-  saved->Release();
 }
 
 }  // namespace
@@ -466,13 +468,10 @@ void Font::drawQuads(const std::vector<Vertex>& vertices) {
 HRESULT WINAPI D3DXCreateFontIndirectA(IDirect3DDevice9* device, const D3DXFONT_DESCA* desc, ID3DXFont** font) {
   if (font) *font = nullptr;
   if (!device || !desc || !font || !validDesc(*desc)) return D3DERR_INVALIDCALL;
-  Font* made = new (std::nothrow) Font(device, *desc);
+  platform::ComPtr<Font> made(new (std::nothrow) Font(device, *desc));
   if (!made) return E_OUTOFMEMORY;
   const HRESULT result = made->create();
-  if (FAILED(result)) {
-    made->Release();
-    return result;
-  }
-  *font = made;
+  if (FAILED(result)) return result;
+  *font = made.release();
   return D3D_OK;
 }

@@ -10,6 +10,7 @@
 #include "gfxhelper/image_decode.h"
 #include "gfxhelper/image_ops.h"
 #include "gfxhelper/pixel_format.h"
+#include "platform/com_ptr.h"
 
 using gfximage::Filter;
 using gfximage::Image;
@@ -62,28 +63,10 @@ bool writable(D3DFORMAT format) {
   return gfximage::isKnownFormat(pixel) && pixel != PixelFormat::DXT2 && pixel != PixelFormat::DXT4;
 }
 
-template <typename T>
-struct Com {
-  T* object = nullptr;
-  Com() = default;
-  Com(const Com&) = delete;
-  Com& operator=(const Com&) = delete;
-  ~Com() {
-    if (object) object->Release();
-  }
-  T** out() { return &object; }
-  T* operator->() const { return object; }
-  T* release() {
-    T* kept = object;
-    object = nullptr;
-    return kept;
-  }
-};
-
 // What the device can do, asked once per call.
 struct Device {
   IDirect3DDevice9* device = nullptr;
-  Com<IDirect3D9> d3d;
+  platform::ComPtr<IDirect3D9> d3d;
   D3DDEVICE_CREATION_PARAMETERS creation = {};
   D3DFORMAT adapterFormat = D3DFMT_X8R8G8B8;
   D3DCAPS9 caps = {};
@@ -185,14 +168,14 @@ HRESULT withLockable(IDirect3DTexture9* texture, Fill fill) {
     if (SUCCEEDED(hr) && (desc.Usage & D3DUSAGE_AUTOGENMIPMAP)) texture->GenerateMipSubLevels();
     return hr;
   }
-  Com<IDirect3DDevice9> device;
+  platform::ComPtr<IDirect3DDevice9> device;
   if (FAILED(hr = texture->GetDevice(device.out()))) return fail(hr, "the texture has no device");
-  Com<IDirect3DTexture9> staging;
+  platform::ComPtr<IDirect3DTexture9> staging;
   hr = device->CreateTexture(desc.Width, desc.Height, texture->GetLevelCount(), 0, desc.Format, D3DPOOL_SYSTEMMEM,
                              staging.out(), nullptr);
   if (FAILED(hr)) return fail(hr, "no system-memory copy of the texture can be made");
-  if (FAILED(hr = fill(staging.object))) return hr;
-  if (FAILED(hr = device->UpdateTexture(staging.object, texture))) return fail(hr, "the device did not take the texels");
+  if (FAILED(hr = fill(staging.get()))) return hr;
+  if (FAILED(hr = device->UpdateTexture(staging.get(), texture))) return fail(hr, "the device did not take the texels");
   return D3D_OK;
 }
 
@@ -225,19 +208,19 @@ HRESULT readLevel(IDirect3DTexture9* texture, UINT level, Image* image) {
   D3DSURFACE_DESC desc;
   HRESULT hr = texture->GetLevelDesc(level, &desc);
   if (FAILED(hr)) return fail(hr, "the texture lacks a level");
-  Com<IDirect3DSurface9> surface;
+  platform::ComPtr<IDirect3DSurface9> surface;
   if (FAILED(hr = texture->GetSurfaceLevel(level, surface.out()))) return fail(hr, "the texture lacks a level");
-  Com<IDirect3DSurface9> copy;
-  IDirect3DSurface9* readable = surface.object;
+  platform::ComPtr<IDirect3DSurface9> copy;
+  IDirect3DSurface9* readable = surface.get();
   if (desc.Pool == D3DPOOL_DEFAULT && !(desc.Usage & D3DUSAGE_DYNAMIC)) {
     if (!(desc.Usage & D3DUSAGE_RENDERTARGET)) return fail(D3DERR_INVALIDCALL, "a default-pool texture cannot be read");
-    Com<IDirect3DDevice9> device;
+    platform::ComPtr<IDirect3DDevice9> device;
     if (FAILED(hr = texture->GetDevice(device.out()))) return fail(hr, "the texture has no device");
     if (FAILED(hr = device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM,
                                                         copy.out(), nullptr)) ||
-        FAILED(hr = device->GetRenderTargetData(surface.object, copy.object)))
+        FAILED(hr = device->GetRenderTargetData(surface.get(), copy.get())))
       return fail(hr, "the render target cannot be read");
-    readable = copy.object;
+    readable = copy.get();
   }
   D3DLOCKED_RECT locked;
   if (FAILED(hr = readable->LockRect(&locked, nullptr, D3DLOCK_READONLY))) return fail(hr, "a texture level cannot be locked");
@@ -348,7 +331,7 @@ HRESULT createFromBytes(IDirect3DDevice9* device, const void* data, UINT size, U
   const D3DFORMAT chosen = copyStored ? wanted : chooseFormat(facts, wanted, usage, true, blocksFit);
   if (chosen == D3DFMT_UNKNOWN) return fail(D3DERR_NOTAVAILABLE, "the device takes no format that the image fits");
 
-  Com<IDirect3DTexture9> created;
+  platform::ComPtr<IDirect3DTexture9> created;
   hr = device->CreateTexture(targetWidth, targetHeight, autoMips ? (levels == 1 ? 1 : 0) : levels, usage, chosen, pool,
                              created.out(), nullptr);
   if (FAILED(hr)) return fail(hr, "the device cannot make the texture");
@@ -357,7 +340,7 @@ HRESULT createFromBytes(IDirect3DDevice9* device, const void* data, UINT size, U
   LevelSource source(static_cast<const uint8_t*>(data), size);
   if (FAILED(hr = source.prepare(copyStored, !allCopied))) return hr;
 
-  hr = withLockable(created.object, [&](IDirect3DTexture9* target) -> HRESULT {
+  hr = withLockable(created.get(), [&](IDirect3DTexture9* target) -> HRESULT {
     const UINT count = target->GetLevelCount();
     Image previous;
     for (UINT level = 0; level < count; ++level) {

@@ -1,128 +1,146 @@
 #include "materials/render_state_block.h"
 
 #include <iterator>
+#include <variant>
+
+#include "materials/field_order.h"
 
 namespace ts3d {
 
 namespace {
+
+using Block = RenderStateBlock;
 
 // The six group bits; the rest of a mask names no fields.
 constexpr uint32_t knownGroups = 0x3f;
 
 // Enumerations are one byte in files, read as unsigned and widened: 0 to 255. What lies
 // beyond a table is caught by the mappings when sent.
-void readByte(tsio::InStream& in, int32_t& field) {
+void read(tsio::InStream& in, int32_t& field) {
   uint8_t value = static_cast<uint8_t>(field);
   in.readUint8(&value);
   field = value;
 }
+void read(tsio::InStream& in, bool& field) { in.readBool(&field); }
+void read(tsio::InStream& in, uint8_t& field) { in.readUint8(&field); }
+void read(tsio::InStream& in, uint32_t& field) { in.readUint32(&field); }
 
 // Only the low byte of an enumeration reaches a file; every valid value fits.
-void writeByte(tsio::OutStream& out, int32_t field) { out.writeUint8(static_cast<uint8_t>(field)); }
+void write(tsio::OutStream& out, int32_t field) { out.writeUint8(static_cast<uint8_t>(field)); }
+void write(tsio::OutStream& out, bool field) { out.writeBool(field); }
+void write(tsio::OutStream& out, uint8_t field) { out.writeUint8(field); }
+void write(tsio::OutStream& out, uint32_t field) { out.writeUint32(field); }
 
-// Sends the fields of one block against another: those that differ, or all of them for a
-// full send. Fields go out one at a time, in the order their callers name them.
-class StateSender {
- public:
-  StateSender(IDirect3DDevice9* device_, const RenderStateBlock& next_, const RenderStateBlock& old_, bool full_)
-      : device(device_), next(next_), old(old_), full(full_) {}
-
-  template <class T>
-  bool changed(T RenderStateBlock::*field) const {
-    return full || next.*field != old.*field;
+// The fields whose device form isn't the one render state of their value.
+void sendDepthMode(IDirect3DDevice9* device, const Block& block) {
+  if (const std::optional<DepthStates> states = deviceDepthMode(block.depthMode)) {
+    device->SetRenderState(D3DRS_ZWRITEENABLE, states->zWriteEnable);
+    device->SetRenderState(D3DRS_ZFUNC, states->zFunc);
   }
+}
 
-  void flag(D3DRENDERSTATETYPE state, bool RenderStateBlock::*field) const {
-    if (changed(field)) device->SetRenderState(state, next.*field ? TRUE : FALSE);
-  }
+// Compared whole, sent without the bits the device has no channel for.
+void sendColorWriteMask(IDirect3DDevice9* device, const Block& block) {
+  device->SetRenderState(D3DRS_COLORWRITEENABLE, block.colorWriteMask & 0xf);
+}
 
-  void number(D3DRENDERSTATETYPE state, uint32_t RenderStateBlock::*field) const {
-    if (changed(field)) device->SetRenderState(state, next.*field);
-  }
+void sendSoftwareVertexProcessing(IDirect3DDevice9* device, const Block& block) {
+  device->SetSoftwareVertexProcessing(block.softwareVertexProcessing ? TRUE : FALSE);
+}
 
-  void mapped(D3DRENDERSTATETYPE state, int32_t RenderStateBlock::*field, std::optional<DWORD> (*map)(int32_t)) const {
-    if (!changed(field)) return;
-    if (const std::optional<DWORD> value = map(next.*field)) device->SetRenderState(state, *value);
-  }
+using Member = std::variant<bool Block::*, int32_t Block::*, uint8_t Block::*, uint32_t Block::*>;
 
-  void blending() const {
-    flag(D3DRS_ALPHABLENDENABLE, &RenderStateBlock::alphaBlendEnable);
-    mapped(D3DRS_DESTBLEND, &RenderStateBlock::destBlend, deviceBlendFactor);
-    mapped(D3DRS_SRCBLEND, &RenderStateBlock::srcBlend, deviceBlendFactor);
-    flag(D3DRS_ALPHATESTENABLE, &RenderStateBlock::alphaTestEnable);
-    mapped(D3DRS_ALPHAFUNC, &RenderStateBlock::alphaFunc, deviceCompareFunction);
-    if (changed(&RenderStateBlock::alphaRef)) device->SetRenderState(D3DRS_ALPHAREF, next.alphaRef);
-    // Compared whole, sent without the bits the device has no channel for.
-    if (changed(&RenderStateBlock::colorWriteMask))
-      device->SetRenderState(D3DRS_COLORWRITEENABLE, next.colorWriteMask & 0xf);
-  }
-
-  void depth() const {
-    flag(D3DRS_ZENABLE, &RenderStateBlock::zEnable);
-    if (!changed(&RenderStateBlock::depthMode)) return;
-    if (const std::optional<DepthStates> states = deviceDepthMode(next.depthMode)) {
-      device->SetRenderState(D3DRS_ZWRITEENABLE, states->zWriteEnable);
-      device->SetRenderState(D3DRS_ZFUNC, states->zFunc);
-    }
-  }
-
-  void rasteriser() const {
-    if (full) {
-      mapped(D3DRS_FILLMODE, &RenderStateBlock::fillMode, deviceFillMode);
-      mapped(D3DRS_CULLMODE, &RenderStateBlock::cullMode, deviceCullMode);
-    } else {
-      mapped(D3DRS_CULLMODE, &RenderStateBlock::cullMode, deviceCullMode);
-      mapped(D3DRS_FILLMODE, &RenderStateBlock::fillMode, deviceFillMode);
-    }
-    flag(D3DRS_CLIPPING, &RenderStateBlock::clipping);
-  }
-
-  void lighting() const {
-    flag(D3DRS_LIGHTING, &RenderStateBlock::lighting);
-    flag(D3DRS_SPECULARENABLE, &RenderStateBlock::specularEnable);
-    flag(D3DRS_LOCALVIEWER, &RenderStateBlock::localViewer);
-    flag(D3DRS_NORMALIZENORMALS, &RenderStateBlock::normalizeNormals);
-  }
-
-  void vertexBlending() const {
-    flag(D3DRS_INDEXEDVERTEXBLENDENABLE, &RenderStateBlock::indexedVertexBlend);
-    mapped(D3DRS_VERTEXBLEND, &RenderStateBlock::vertexBlend, deviceVertexBlend);
-    if (changed(&RenderStateBlock::softwareVertexProcessing))
-      device->SetSoftwareVertexProcessing(next.softwareVertexProcessing ? TRUE : FALSE);
-  }
-
-  void stencil() const {
-    flag(D3DRS_STENCILENABLE, &RenderStateBlock::stencilEnable);
-    mapped(D3DRS_STENCILFAIL, &RenderStateBlock::stencilFail, deviceStencilOperation);
-    mapped(D3DRS_STENCILZFAIL, &RenderStateBlock::stencilZFail, deviceStencilOperation);
-    mapped(D3DRS_STENCILPASS, &RenderStateBlock::stencilPass, deviceStencilOperation);
-    mapped(D3DRS_STENCILFUNC, &RenderStateBlock::stencilFunc, deviceCompareFunction);
-    number(D3DRS_STENCILREF, &RenderStateBlock::stencilRef);
-    number(D3DRS_STENCILMASK, &RenderStateBlock::stencilMask);
-    number(D3DRS_STENCILWRITEMASK, &RenderStateBlock::stencilWriteMask);
-    flag(D3DRS_TWOSIDEDSTENCILMODE, &RenderStateBlock::twoSidedStencil);
-    mapped(D3DRS_CCW_STENCILFAIL, &RenderStateBlock::ccwStencilFail, deviceStencilOperation);
-    mapped(D3DRS_CCW_STENCILZFAIL, &RenderStateBlock::ccwStencilZFail, deviceStencilOperation);
-    mapped(D3DRS_CCW_STENCILPASS, &RenderStateBlock::ccwStencilPass, deviceStencilOperation);
-    mapped(D3DRS_CCW_STENCILFUNC, &RenderStateBlock::ccwStencilFunc, deviceCompareFunction);
-  }
-
-  void groups() const {
-    const uint32_t mask = next.groupMask;
-    if (mask & RenderStateBlock::BlendingGroup) blending();
-    if (mask & RenderStateBlock::DepthGroup) depth();
-    if (mask & RenderStateBlock::RasteriserGroup) rasteriser();
-    if (mask & RenderStateBlock::LightingGroup) lighting();
-    if (mask & RenderStateBlock::VertexBlendingGroup) vertexBlending();
-    if (mask & RenderStateBlock::StencilGroup) stencil();
-  }
-
- private:
-  IDirect3DDevice9* device;
-  const RenderStateBlock& next;
-  const RenderStateBlock& old;
-  bool full;
+struct Field {
+  uint32_t group;
+  Member member;
+  // Where the value goes; an enumeration is mapped first.
+  D3DRENDERSTATETYPE state;
+  std::optional<DWORD> (*map)(int32_t) = nullptr;
+  // Instead of the render state, for the fields that aren't one state of their value.
+  void (*send)(IDirect3DDevice9*, const Block&) = nullptr;
+  // Places moved from the file's order in a difference send and in the full send at start.
+  int8_t differenceMove = 0;
+  int8_t fullMove = 0;
+  // Clipping is stored and compared but reaches the device only in the full send at start.
+  bool merged = true;
 };
+
+// For the rows that send themselves.
+constexpr D3DRENDERSTATETYPE kNoRenderState{};
+
+// Every field of the block but groupMask, once, in the order of the file body: group by
+// group, blending, depth, rasteriser, lighting, vertex blending, stencil. Load, store, merge
+// and both sends walk it; the sends move a few rows.
+constexpr Field kFields[] = {
+    {Block::BlendingGroup, &Block::alphaBlendEnable, D3DRS_ALPHABLENDENABLE},
+    {Block::BlendingGroup, &Block::destBlend, D3DRS_DESTBLEND, deviceBlendFactor},
+    {Block::BlendingGroup, &Block::srcBlend, D3DRS_SRCBLEND, deviceBlendFactor},
+    {Block::BlendingGroup, &Block::alphaTestEnable, D3DRS_ALPHATESTENABLE},
+    {Block::BlendingGroup, &Block::alphaFunc, D3DRS_ALPHAFUNC, deviceCompareFunction},
+    {Block::BlendingGroup, &Block::alphaRef, D3DRS_ALPHAREF},
+    {Block::BlendingGroup, &Block::colorWriteMask, D3DRS_COLORWRITEENABLE, nullptr, sendColorWriteMask},
+    {Block::DepthGroup, &Block::zEnable, D3DRS_ZENABLE},
+    {Block::DepthGroup, &Block::depthMode, kNoRenderState, nullptr, sendDepthMode},
+    {Block::RasteriserGroup, &Block::cullMode, D3DRS_CULLMODE, deviceCullMode, nullptr, 0, +1},
+    {Block::RasteriserGroup, &Block::fillMode, D3DRS_FILLMODE, deviceFillMode, nullptr, 0, -1},
+    {Block::RasteriserGroup, &Block::clipping, D3DRS_CLIPPING, nullptr, nullptr, 0, 0, false},
+    {Block::LightingGroup, &Block::lighting, D3DRS_LIGHTING},
+    {Block::LightingGroup, &Block::specularEnable, D3DRS_SPECULARENABLE},
+    {Block::LightingGroup, &Block::normalizeNormals, D3DRS_NORMALIZENORMALS, nullptr, nullptr, +1, +1},
+    {Block::LightingGroup, &Block::localViewer, D3DRS_LOCALVIEWER, nullptr, nullptr, -1, -1},
+    {Block::VertexBlendingGroup, &Block::indexedVertexBlend, D3DRS_INDEXEDVERTEXBLENDENABLE},
+    {Block::VertexBlendingGroup, &Block::vertexBlend, D3DRS_VERTEXBLEND, deviceVertexBlend},
+    {Block::VertexBlendingGroup, &Block::softwareVertexProcessing, kNoRenderState, nullptr,
+     sendSoftwareVertexProcessing},
+    {Block::StencilGroup, &Block::stencilEnable, D3DRS_STENCILENABLE},
+    {Block::StencilGroup, &Block::stencilFail, D3DRS_STENCILFAIL, deviceStencilOperation},
+    {Block::StencilGroup, &Block::stencilZFail, D3DRS_STENCILZFAIL, deviceStencilOperation},
+    {Block::StencilGroup, &Block::stencilPass, D3DRS_STENCILPASS, deviceStencilOperation},
+    {Block::StencilGroup, &Block::stencilFunc, D3DRS_STENCILFUNC, deviceCompareFunction},
+    {Block::StencilGroup, &Block::stencilMask, D3DRS_STENCILMASK, nullptr, nullptr, +1, +1},
+    {Block::StencilGroup, &Block::stencilWriteMask, D3DRS_STENCILWRITEMASK, nullptr, nullptr, +1, +1},
+    {Block::StencilGroup, &Block::stencilRef, D3DRS_STENCILREF, nullptr, nullptr, -2, -2},
+    {Block::StencilGroup, &Block::twoSidedStencil, D3DRS_TWOSIDEDSTENCILMODE},
+    {Block::StencilGroup, &Block::ccwStencilFail, D3DRS_CCW_STENCILFAIL, deviceStencilOperation},
+    {Block::StencilGroup, &Block::ccwStencilZFail, D3DRS_CCW_STENCILZFAIL, deviceStencilOperation},
+    {Block::StencilGroup, &Block::ccwStencilPass, D3DRS_CCW_STENCILPASS, deviceStencilOperation},
+    {Block::StencilGroup, &Block::ccwStencilFunc, D3DRS_CCW_STENCILFUNC, deviceCompareFunction},
+};
+static_assert(std::size(kFields) == 32, "a row for each field of the block but groupMask");
+static_assert(movesArePermutation(kFields, &Field::differenceMove) && movesArePermutation(kFields, &Field::fullMove),
+              "moves keep one row in each place");
+
+constexpr auto kDifferenceOrder = sendOrder(kFields, &Field::differenceMove);
+constexpr auto kFullOrder = sendOrder(kFields, &Field::fullMove);
+
+void sendValue(IDirect3DDevice9* device, const Field& field, bool value) {
+  device->SetRenderState(field.state, value ? TRUE : FALSE);
+}
+void sendValue(IDirect3DDevice9* device, const Field& field, int32_t value) {
+  if (const std::optional<DWORD> mapped = field.map(value)) device->SetRenderState(field.state, *mapped);
+}
+void sendValue(IDirect3DDevice9* device, const Field& field, uint8_t value) {
+  device->SetRenderState(field.state, value);
+}
+void sendValue(IDirect3DDevice9* device, const Field& field, uint32_t value) {
+  device->SetRenderState(field.state, value);
+}
+
+// The fields of next's groups, in the given order: all of them without old, else those
+// that differ from old.
+template <size_t N>
+void send(IDirect3DDevice9* device, const std::array<uint8_t, N>& order, const Block& next, const Block* old) {
+  for (const uint8_t index : order) {
+    const Field& field = kFields[index];
+    if (!(next.groupMask & field.group)) continue;
+    const bool differs = !old || std::visit([&](auto member) { return next.*member != old->*member; }, field.member);
+    if (!differs) continue;
+    if (field.send)
+      field.send(device, next);
+    else
+      std::visit([&](auto member) { sendValue(device, field, next.*member); }, field.member);
+  }
+}
 
 }  // namespace
 
@@ -150,155 +168,29 @@ bool RenderStateBlock::load(tsio::InStream& in) {
   in.readUint32(&mask);
   // Groups the file lacks must hold their defaults, whatever this block held before.
   *this = RenderStateBlock(mask);
-  if (mask & BlendingGroup) {
-    in.readBool(&alphaBlendEnable);
-    readByte(in, destBlend);
-    readByte(in, srcBlend);
-    in.readBool(&alphaTestEnable);
-    readByte(in, alphaFunc);
-    in.readUint8(&alphaRef);
-    in.readUint32(&colorWriteMask);
-  }
-  if (mask & DepthGroup) {
-    in.readBool(&zEnable);
-    readByte(in, depthMode);
-  }
-  if (mask & RasteriserGroup) {
-    readByte(in, cullMode);
-    readByte(in, fillMode);
-    in.readBool(&clipping);
-  }
-  if (mask & LightingGroup) {
-    in.readBool(&lighting);
-    in.readBool(&specularEnable);
-    in.readBool(&normalizeNormals);
-    in.readBool(&localViewer);
-  }
-  if (mask & VertexBlendingGroup) {
-    in.readBool(&indexedVertexBlend);
-    readByte(in, vertexBlend);
-    in.readBool(&softwareVertexProcessing);
-  }
-  if (mask & StencilGroup) {
-    in.readBool(&stencilEnable);
-    readByte(in, stencilFail);
-    readByte(in, stencilZFail);
-    readByte(in, stencilPass);
-    readByte(in, stencilFunc);
-    in.readUint32(&stencilMask);
-    in.readUint32(&stencilWriteMask);
-    in.readUint32(&stencilRef);
-    in.readBool(&twoSidedStencil);
-    readByte(in, ccwStencilFail);
-    readByte(in, ccwStencilZFail);
-    readByte(in, ccwStencilPass);
-    readByte(in, ccwStencilFunc);
-  }
+  for (const Field& field : kFields)
+    if (mask & field.group) std::visit([&](auto member) { read(in, this->*member); }, field.member);
   return true;
 }
 
 void RenderStateBlock::store(tsio::OutStream& out) const {
   out.writeUint32(groupMask);
-  if (groupMask & BlendingGroup) {
-    out.writeBool(alphaBlendEnable);
-    writeByte(out, destBlend);
-    writeByte(out, srcBlend);
-    out.writeBool(alphaTestEnable);
-    writeByte(out, alphaFunc);
-    out.writeUint8(alphaRef);
-    out.writeUint32(colorWriteMask);
-  }
-  if (groupMask & DepthGroup) {
-    out.writeBool(zEnable);
-    writeByte(out, depthMode);
-  }
-  if (groupMask & RasteriserGroup) {
-    writeByte(out, cullMode);
-    writeByte(out, fillMode);
-    out.writeBool(clipping);
-  }
-  if (groupMask & LightingGroup) {
-    out.writeBool(lighting);
-    out.writeBool(specularEnable);
-    out.writeBool(normalizeNormals);
-    out.writeBool(localViewer);
-  }
-  if (groupMask & VertexBlendingGroup) {
-    out.writeBool(indexedVertexBlend);
-    writeByte(out, vertexBlend);
-    out.writeBool(softwareVertexProcessing);
-  }
-  if (groupMask & StencilGroup) {
-    out.writeBool(stencilEnable);
-    writeByte(out, stencilFail);
-    writeByte(out, stencilZFail);
-    writeByte(out, stencilPass);
-    writeByte(out, stencilFunc);
-    out.writeUint32(stencilMask);
-    out.writeUint32(stencilWriteMask);
-    out.writeUint32(stencilRef);
-    out.writeBool(twoSidedStencil);
-    writeByte(out, ccwStencilFail);
-    writeByte(out, ccwStencilZFail);
-    writeByte(out, ccwStencilPass);
-    writeByte(out, ccwStencilFunc);
-  }
+  for (const Field& field : kFields)
+    if (groupMask & field.group) std::visit([&](auto member) { write(out, this->*member); }, field.member);
 }
 
 void merge(RenderStateBlock& dest, const RenderStateBlock& source) {
   const uint32_t mask = source.groupMask;
-  if (mask & RenderStateBlock::BlendingGroup) {
-    dest.alphaBlendEnable = source.alphaBlendEnable;
-    dest.destBlend = source.destBlend;
-    dest.srcBlend = source.srcBlend;
-    dest.alphaTestEnable = source.alphaTestEnable;
-    dest.alphaFunc = source.alphaFunc;
-    dest.alphaRef = source.alphaRef;
-    dest.colorWriteMask = source.colorWriteMask;
-  }
-  if (mask & RenderStateBlock::DepthGroup) {
-    dest.zEnable = source.zEnable;
-    dest.depthMode = source.depthMode;
-  }
-  if (mask & RenderStateBlock::RasteriserGroup) {
-    dest.cullMode = source.cullMode;
-    dest.fillMode = source.fillMode;
-  }
-  if (mask & RenderStateBlock::LightingGroup) {
-    dest.lighting = source.lighting;
-    dest.specularEnable = source.specularEnable;
-    dest.localViewer = source.localViewer;
-    dest.normalizeNormals = source.normalizeNormals;
-  }
-  if (mask & RenderStateBlock::VertexBlendingGroup) {
-    dest.indexedVertexBlend = source.indexedVertexBlend;
-    dest.vertexBlend = source.vertexBlend;
-    dest.softwareVertexProcessing = source.softwareVertexProcessing;
-  }
-  if (mask & RenderStateBlock::StencilGroup) {
-    dest.stencilEnable = source.stencilEnable;
-    dest.stencilFail = source.stencilFail;
-    dest.stencilZFail = source.stencilZFail;
-    dest.stencilPass = source.stencilPass;
-    dest.stencilFunc = source.stencilFunc;
-    dest.stencilMask = source.stencilMask;
-    dest.stencilWriteMask = source.stencilWriteMask;
-    dest.stencilRef = source.stencilRef;
-    dest.twoSidedStencil = source.twoSidedStencil;
-    dest.ccwStencilFail = source.ccwStencilFail;
-    dest.ccwStencilZFail = source.ccwStencilZFail;
-    dest.ccwStencilPass = source.ccwStencilPass;
-    dest.ccwStencilFunc = source.ccwStencilFunc;
-  }
+  for (const Field& field : kFields)
+    if ((mask & field.group) && field.merged)
+      std::visit([&](auto member) { dest.*member = source.*member; }, field.member);
   dest.groupMask |= mask & knownGroups;
 }
 
 void sendDifference(IDirect3DDevice9* device, const RenderStateBlock& next, const RenderStateBlock& old) {
-  StateSender(device, next, old, false).groups();
+  send(device, kDifferenceOrder, next, &old);
 }
 
-void sendFull(IDirect3DDevice9* device, const RenderStateBlock& block) {
-  StateSender(device, block, block, true).groups();
-}
+void sendFull(IDirect3DDevice9* device, const RenderStateBlock& block) { send(device, kFullOrder, block, nullptr); }
 
 }  // namespace ts3d

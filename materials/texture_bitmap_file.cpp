@@ -1,6 +1,7 @@
 #include "materials/texture_bitmap_file.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "context/context.h"
 #include "gfxhelper/d3dx9tex.h"
@@ -11,25 +12,19 @@ namespace ts3d {
 TextureBitmapFile::TextureBitmapFile(const std::string& path, int32_t creationTag)
     : fileName(path), tag(creationTag) {}
 
-TextureBitmapFile::~TextureBitmapFile() { releaseTexture(); }
-
-void TextureBitmapFile::releaseTexture() {
-  if (deviceTexture) deviceTexture->Release();
-  deviceTexture = nullptr;
-}
-
 void TextureBitmapFile::bind(uint32_t stage) {
-  if (Context::instance) Context::instance->setTexture(stage, deviceTexture);
+  if (Context::instance) Context::instance->setTexture(stage, deviceTexture.get());
 }
 
 void TextureBitmapFile::createResources() {
   if (!Context::instance) return;
-  IDirect3DDevice9* device = Context::instance->device;
+  IDirect3DDevice9* device = Context::instance->device.get();
   // May run again: the texture of an earlier run is replaced, not leaked.
-  releaseTexture();
+  deviceTexture.reset();
   if (!fileData.empty()) {
-    D3DXCreateTextureFromFileInMemory(device, fileData.data(), static_cast<UINT>(fileData.size()), &deviceTexture);
-  } else if (FAILED(D3DXCreateTextureFromFileA(device, fileName.c_str(), &deviceTexture))) {
+    D3DXCreateTextureFromFileInMemory(device, fileData.data(), static_cast<UINT>(fileData.size()),
+                                      deviceTexture.out());
+  } else if (FAILED(D3DXCreateTextureFromFileA(device, fileName.c_str(), deviceTexture.out()))) {
     const std::string line = "Filename : " + fileName + "\n";
     OutputDebugStringA(line.c_str());
   }
@@ -39,12 +34,12 @@ void TextureBitmapFile::createResources() {
 void TextureBitmapFile::convertToNormalMap(IDirect3DDevice9* device) {
   D3DSURFACE_DESC desc;
   if (FAILED(deviceTexture->GetLevelDesc(0, &desc))) return;
-  IDirect3DTexture9* normal = nullptr;
-  if (FAILED(D3DXCreateTexture(device, desc.Width, desc.Height, 0, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, &normal)))
+  platform::ComPtr<IDirect3DTexture9> normal;
+  if (FAILED(D3DXCreateTexture(device, desc.Width, desc.Height, 0, 0, D3DFMT_A8R8G8B8, D3DPOOL_MANAGED, normal.out())))
     return;
-  D3DXComputeNormalMap(normal, deviceTexture, nullptr, D3DX_NORMALMAP_COMPUTE_OCCLUSION, D3DX_CHANNEL_LUMINANCE, 10.0f);
-  deviceTexture->Release();
-  deviceTexture = normal;
+  D3DXComputeNormalMap(normal.get(), deviceTexture.get(), nullptr, D3DX_NORMALMAP_COMPUTE_OCCLUSION,
+                       D3DX_CHANNEL_LUMINANCE, 10.0f);
+  deviceTexture = std::move(normal);
 }
 
 bool TextureBitmapFile::embed() {

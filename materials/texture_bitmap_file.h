@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "materials/texture.h"
+#include "platform/com_ptr.h"
 
 namespace ts3d {
 
@@ -25,12 +26,11 @@ class TextureBitmapFile : public Texture {
   TextureBitmapFile() = default;
   // Driver data items pass creationTag 2; nothing branches on it.
   TextureBitmapFile(const std::string& path, int32_t creationTag);
-  ~TextureBitmapFile() override;
   TextureBitmapFile(const TextureBitmapFile&) = delete;
   TextureBitmapFile& operator=(const TextureBitmapFile&) = delete;
 
   void update(float) override {}
-  IDirect3DBaseTexture9* d3dTexture() override { return deviceTexture; }
+  IDirect3DBaseTexture9* d3dTexture() override { return deviceTexture.get(); }
   // Needs a Context.
   void bind(uint32_t stage) override;
   void prepare() override {}
@@ -46,12 +46,11 @@ class TextureBitmapFile : public Texture {
 
   std::vector<uint8_t> fileData;  // empty when not embedded
   std::string fileName;           // empty when read from embedded data
-  IDirect3DTexture9* deviceTexture = nullptr;  // one reference held
+  platform::ComPtr<IDirect3DTexture9> deviceTexture;
   int32_t tag = 0;
   bool asNormalMap = false;
 
  private:
-  void releaseTexture();
   // Replaces the loaded image by its normal map: luminance as height, amplitude 10.
   void convertToNormalMap(IDirect3DDevice9* device);
 };

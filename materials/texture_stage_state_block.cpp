@@ -1,10 +1,46 @@
 #include "materials/texture_stage_state_block.h"
 
+#include "materials/field_order.h"
+
 namespace ts3d {
 
 namespace {
 
-using Field = int32_t TextureStageStateBlock::*;
+using Block = TextureStageStateBlock;
+
+// Where a field goes on the device.
+enum class Target { StageState, SamplerState, TransformFlags };
+
+struct Field {
+  int32_t Block::*member;
+  Target target;
+  DWORD state;  // a D3DTEXTURESTAGESTATETYPE or D3DSAMPLERSTATETYPE, by target
+  std::optional<DWORD> (*map)(int32_t);
+  // Places moved from the file's order when sent.
+  int8_t move = 0;
+};
+
+// The fields that are one byte each, once, in the order of the file body; the sends walk
+// them with minification before magnification. transformCount goes out with projected, as
+// the transform flags, after the others.
+constexpr Field kFields[] = {
+    {&Block::colorOp, Target::StageState, D3DTSS_COLOROP, deviceTextureOperation},
+    {&Block::colorArg1, Target::StageState, D3DTSS_COLORARG1, deviceTextureArgument},
+    {&Block::colorArg2, Target::StageState, D3DTSS_COLORARG2, deviceTextureArgument},
+    {&Block::alphaOp, Target::StageState, D3DTSS_ALPHAOP, deviceTextureOperation},
+    {&Block::alphaArg1, Target::StageState, D3DTSS_ALPHAARG1, deviceTextureArgument},
+    {&Block::alphaArg2, Target::StageState, D3DTSS_ALPHAARG2, deviceTextureArgument},
+    {&Block::addressU, Target::SamplerState, D3DSAMP_ADDRESSU, deviceAddressMode},
+    {&Block::addressV, Target::SamplerState, D3DSAMP_ADDRESSV, deviceAddressMode},
+    {&Block::addressW, Target::SamplerState, D3DSAMP_ADDRESSW, deviceAddressMode},
+    {&Block::magFilter, Target::SamplerState, D3DSAMP_MAGFILTER, deviceFilter, +1},
+    {&Block::minFilter, Target::SamplerState, D3DSAMP_MINFILTER, deviceFilter, -1},
+    {&Block::mipFilter, Target::SamplerState, D3DSAMP_MIPFILTER, deviceFilter},
+    {&Block::texCoordIndex, Target::StageState, D3DTSS_TEXCOORDINDEX, deviceTexCoordIndex},
+    {&Block::transformCount, Target::TransformFlags, D3DTSS_TEXTURETRANSFORMFLAGS, nullptr},
+};
+static_assert(movesArePermutation(kFields, &Field::move), "moves keep one row in each place");
+constexpr auto kSendOrder = sendOrder(kFields, &Field::move);
 
 // One byte in files, read as unsigned and widened: 0 to 255. What lies beyond a table is
 // caught by the mappings when sent.
@@ -14,61 +50,18 @@ void readByte(tsio::InStream& in, int32_t& field) {
   field = value;
 }
 
-// The fields that are one byte each in files, in file order.
-const Field byteFields[] = {
-    &TextureStageStateBlock::colorOp,       &TextureStageStateBlock::colorArg1,      &TextureStageStateBlock::colorArg2,
-    &TextureStageStateBlock::alphaOp,       &TextureStageStateBlock::alphaArg1,      &TextureStageStateBlock::alphaArg2,
-    &TextureStageStateBlock::addressU,      &TextureStageStateBlock::addressV,       &TextureStageStateBlock::addressW,
-    &TextureStageStateBlock::magFilter,     &TextureStageStateBlock::minFilter,      &TextureStageStateBlock::mipFilter,
-    &TextureStageStateBlock::texCoordIndex, &TextureStageStateBlock::transformCount,
-};
-
-struct StageState {
-  D3DTEXTURESTAGESTATETYPE state;
-  Field field;
-  std::optional<DWORD> (*map)(int32_t);
-};
-
-struct SamplerState {
-  D3DSAMPLERSTATETYPE state;
-  Field field;
-  std::optional<DWORD> (*map)(int32_t);
-};
-
-const StageState operations[] = {
-    {D3DTSS_COLOROP, &TextureStageStateBlock::colorOp, deviceTextureOperation},
-    {D3DTSS_COLORARG1, &TextureStageStateBlock::colorArg1, deviceTextureArgument},
-    {D3DTSS_COLORARG2, &TextureStageStateBlock::colorArg2, deviceTextureArgument},
-    {D3DTSS_ALPHAOP, &TextureStageStateBlock::alphaOp, deviceTextureOperation},
-    {D3DTSS_ALPHAARG1, &TextureStageStateBlock::alphaArg1, deviceTextureArgument},
-    {D3DTSS_ALPHAARG2, &TextureStageStateBlock::alphaArg2, deviceTextureArgument},
-};
-
-const SamplerState samplerStates[] = {
-    {D3DSAMP_ADDRESSU, &TextureStageStateBlock::addressU, deviceAddressMode},
-    {D3DSAMP_ADDRESSV, &TextureStageStateBlock::addressV, deviceAddressMode},
-    {D3DSAMP_ADDRESSW, &TextureStageStateBlock::addressW, deviceAddressMode},
-    {D3DSAMP_MINFILTER, &TextureStageStateBlock::minFilter, deviceFilter},
-    {D3DSAMP_MAGFILTER, &TextureStageStateBlock::magFilter, deviceFilter},
-    {D3DSAMP_MIPFILTER, &TextureStageStateBlock::mipFilter, deviceFilter},
-};
-
 // The difference when full is false, every state when it is true.
-void send(IDirect3DDevice9* device, uint32_t stage, const TextureStageStateBlock& next,
-          const TextureStageStateBlock& old, bool full) {
-  for (const StageState& entry : operations) {
-    if (!full && next.*entry.field == old.*entry.field) continue;
-    if (const std::optional<DWORD> value = entry.map(next.*entry.field))
-      device->SetTextureStageState(stage, entry.state, *value);
-  }
-  for (const SamplerState& entry : samplerStates) {
-    if (!full && next.*entry.field == old.*entry.field) continue;
-    if (const std::optional<DWORD> value = entry.map(next.*entry.field))
-      device->SetSamplerState(stage, entry.state, *value);
-  }
-  if (full || next.texCoordIndex != old.texCoordIndex) {
-    if (const std::optional<DWORD> value = deviceTexCoordIndex(next.texCoordIndex))
-      device->SetTextureStageState(stage, D3DTSS_TEXCOORDINDEX, *value);
+void send(IDirect3DDevice9* device, uint32_t stage, const Block& next, const Block& old, bool full) {
+  for (const uint8_t index : kSendOrder) {
+    const Field& field = kFields[index];
+    if (field.target == Target::TransformFlags) continue;
+    if (!full && next.*field.member == old.*field.member) continue;
+    const std::optional<DWORD> value = field.map(next.*field.member);
+    if (!value) continue;
+    if (field.target == Target::StageState)
+      device->SetTextureStageState(stage, static_cast<D3DTEXTURESTAGESTATETYPE>(field.state), *value);
+    else
+      device->SetSamplerState(stage, static_cast<D3DSAMPLERSTATETYPE>(field.state), *value);
   }
   if (full || next.transformCount != old.transformCount || next.projected != old.projected) {
     if (const std::optional<DWORD> value = deviceTransformFlags(next.transformCount, next.projected))
@@ -92,7 +85,7 @@ TextureStageStateBlock TextureStageStateBlock::modulate() {
 }
 
 bool TextureStageStateBlock::load(tsio::InStream& in) {
-  for (Field field : byteFields) readByte(in, this->*field);
+  for (const Field& field : kFields) readByte(in, this->*field.member);
   in.readBool(&projected);
   for (int row = 0; row < 4; ++row)
     for (int column = 0; column < 4; ++column) in.readFloat(&textureMatrix.m[row][column]);
@@ -101,7 +94,7 @@ bool TextureStageStateBlock::load(tsio::InStream& in) {
 
 void TextureStageStateBlock::store(tsio::OutStream& out) const {
   // Only the low byte of an enumeration reaches a file; every valid value fits.
-  for (Field field : byteFields) out.writeUint8(static_cast<uint8_t>(this->*field));
+  for (const Field& field : kFields) out.writeUint8(static_cast<uint8_t>(this->*field.member));
   out.writeBool(projected);
   for (int row = 0; row < 4; ++row)
     for (int column = 0; column < 4; ++column) out.writeFloat(textureMatrix.m[row][column]);

@@ -1,19 +1,20 @@
 #include "player/host/frame_capture.h"
 
+#include "platform/com_ptr.h"
 #include "platform/png_write.h"
 
 namespace host {
 
 bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame) {
-  IDirect3DSurface9* back = nullptr;
-  if (!device || FAILED(device->GetBackBuffer(0, 0, D3DBACKBUFFER_TYPE_MONO, &back))) return false;
+  platform::ComPtr<IDirect3DSurface9> back;
+  if (!device || FAILED(device->GetBackBuffer(0, 0, D3DBACKBUFFER_TYPE_MONO, back.out()))) return false;
   D3DSURFACE_DESC desc;
   back->GetDesc(&desc);
-  IDirect3DSurface9* copy = nullptr;
+  platform::ComPtr<IDirect3DSurface9> copy;
   bool ok = false;
-  if (SUCCEEDED(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM, &copy,
-                                                    nullptr)) &&
-      SUCCEEDED(device->GetRenderTargetData(back, copy))) {
+  if (SUCCEEDED(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM,
+                                                    copy.out(), nullptr)) &&
+      SUCCEEDED(device->GetRenderTargetData(back.get(), copy.get()))) {
     D3DLOCKED_RECT locked;
     if (SUCCEEDED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY))) {
       frame.width = desc.Width;
@@ -37,8 +38,6 @@ bool captureBackBuffer(IDirect3DDevice9* device, Frame& frame) {
       ok = true;
     }
   }
-  if (copy) copy->Release();
-  back->Release();
   return ok;
 }
 

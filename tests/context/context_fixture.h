@@ -24,7 +24,7 @@ class ContextTest : public ::testing::Test {
     ts3d::Context::create();
     context = ts3d::Context::instance;
     ASSERT_NE(context, nullptr);
-    proxy = static_cast<ProxyDevice*>(context->device);
+    proxy = static_cast<ProxyDevice*>(context->device.get());
   }
   void TearDown() override {
     ts3d::Context::destroy();

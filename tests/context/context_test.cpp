@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "platform/png_write.h"
 #include "tests/context/context_fixture.h"
 
 namespace {
@@ -17,9 +16,7 @@ uint32_t at(const std::vector<uint32_t>& pixels, unsigned int width, unsigned in
 
 void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, unsigned int width, unsigned int height,
                    const char* name) {
-  if (!ok && pixels.size() == static_cast<size_t>(width) * height)
-    platform::writePng(std::string(name) + ".failed.png", static_cast<int>(width), static_cast<int>(height),
-                       pixels.data(), static_cast<int>(width * 4));
+  if (!ok) tstest::saveFailedFrame(pixels, width, height, name);
 }
 
 TEST(ContextConfiguration, DisplayModeSettlesDepthAndWindowsDefaultToFocus) {
@@ -46,13 +43,13 @@ TEST_F(ContextTest, CreateSettlesFromTheDesktopAndReadsCapabilities) {
   EXPECT_GE(context->capabilities.maxLights, 8u);
   EXPECT_FLOAT_EQ(context->aspect, 640.0f / 480.0f);
   ASSERT_NE(context->currentTarget, nullptr);
-  EXPECT_EQ(context->currentTarget->texture, nullptr);
+  EXPECT_EQ(context->currentTarget->texture.get(), nullptr);
   EXPECT_EQ(context->currentTarget->owner, context);
   EXPECT_EQ(context->currentTarget->viewport.Width, 640u);
 }
 
 TEST_F(ContextTest, ClearDirectAndThroughTheQuadWithAlphaOnlyWrites) {
-  IDirect3DSurface9* back = context->currentTarget->surface;
+  IDirect3DSurface9* back = context->currentTarget->surface.get();
 
   proxy->clearLog();
   context->clear(0, true);
@@ -248,8 +245,8 @@ TEST_F(ContextTest, ClipPlanesFogAndLightsReachTheDevice) {
 TEST_F(ContextTest, RenderSurfacesOfBothKindsAreDrawnIntoAndReadBack) {
   ts3d::RenderSurface* screen = ts3d::RenderSurface::create(640, 480, true, false);
   ts3d::RenderSurface* small = ts3d::RenderSurface::create(256, 256, false, true);
-  ASSERT_NE(screen->texture, nullptr);
-  ASSERT_NE(small->texture, nullptr);
+  ASSERT_NE(screen->texture.get(), nullptr);
+  ASSERT_NE(small->texture.get(), nullptr);
   D3DSURFACE_DESC desc;
   screen->surface->GetDesc(&desc);
   EXPECT_EQ(desc.Width, 1024u);
@@ -275,11 +272,11 @@ TEST_F(ContextTest, RenderSurfacesOfBothKindsAreDrawnIntoAndReadBack) {
   context->endScene();
   context->setRenderTarget(back);
 
-  std::vector<uint32_t> pixels = readTarget(screen->surface);
+  std::vector<uint32_t> pixels = readTarget(screen->surface.get());
   bool ok = tstest::pixelNear(at(pixels, 1024, 100, 100), 0, 255, 0);
   saveOnFailure(ok, pixels, 1024, 512, "SurfaceScreen");
   EXPECT_TRUE(ok);
-  pixels = readTarget(small->surface);
+  pixels = readTarget(small->surface.get());
   // The quad covers the viewport alone: inside it yellow, below it not.
   ok = tstest::pixelNear(at(pixels, 256, 128, 100), 255, 255, 0) && !tstest::pixelNear(at(pixels, 256, 128, 220), 255, 255, 0);
   saveOnFailure(ok, pixels, 256, 256, "SurfaceSmall");
@@ -329,7 +326,7 @@ TEST_F(ContextTest, SixteenBitDepthReachesLaterSurfaces) {
   // What the fallback from D24S8 leaves behind: every later surface takes D16.
   ts3d::Context::depthBits = 16;
   ts3d::RenderSurface* surface = ts3d::RenderSurface::create(128, 128, false, false);
-  ASSERT_NE(surface->depthSurface, nullptr);
+  ASSERT_NE(surface->depthSurface.get(), nullptr);
   D3DSURFACE_DESC desc;
   surface->depthSurface->GetDesc(&desc);
   EXPECT_EQ(desc.Format, D3DFMT_D16);

@@ -74,9 +74,18 @@ std::vector<uint32_t> TestDevice::readBack() const {
 }
 
 void TestDevice::saveFailure(const std::vector<uint32_t>& frame, const std::string& name) const {
-  if (frame.size() == static_cast<size_t>(width) * height)
-    platform::writePng(name + ".failed.png", static_cast<int>(width), static_cast<int>(height), frame.data(),
-                       static_cast<int>(width * 4));
+  saveFailedFrame(frame, width, height, name);
+}
+
+void saveFailedFrame(const std::vector<uint32_t>& frame, unsigned int width, unsigned int height,
+                     const std::string& name) {
+  if (frame.size() != static_cast<size_t>(width) * height) return;
+  char program[MAX_PATH] = {};
+  const DWORD length = GetModuleFileNameA(nullptr, program, MAX_PATH);
+  std::string folder(program, length);
+  folder.erase(folder.find_last_of("\\/") + 1);
+  platform::writePng(folder + name + ".failed.png", static_cast<int>(width), static_cast<int>(height), frame.data(),
+                     static_cast<int>(width * 4));
 }
 
 bool pixelNear(uint32_t pixel, int r, int g, int b, int tolerance) {

@@ -41,6 +41,11 @@ class TestDevice {
 // A hidden top-level window of the given client size.
 HWND createHiddenWindow(unsigned int width, unsigned int height);
 
+// Saves a frame of 32-bit pixels as "<name>.failed.png" beside the test program, in the
+// build tree, for a person to look at; a frame of the wrong size is not saved.
+void saveFailedFrame(const std::vector<uint32_t>& frame, unsigned int width, unsigned int height,
+                     const std::string& name);
+
 // Whether a 0xAARRGGBB pixel is within `tolerance` of r, g, b on every channel.
 bool pixelNear(uint32_t pixel, int r, int g, int b, int tolerance = 3);
 

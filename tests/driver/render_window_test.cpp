@@ -5,7 +5,6 @@
 
 #include "context/context.h"
 #include "driver/driver_kmt.h"
-#include "platform/png_write.h"
 #include "tests/device/test_device.h"
 
 namespace {
@@ -22,7 +21,7 @@ class RenderWindowTest : public ::testing::Test {
   }
 
   std::vector<uint32_t> readBack() {
-    IDirect3DDevice9* device = ts3d::Context::instance->device;
+    IDirect3DDevice9* device = ts3d::Context::instance->device.get();
     std::vector<uint32_t> pixels;
     IDirect3DSurface9* back = nullptr;
     IDirect3DSurface9* copy = nullptr;
@@ -82,7 +81,7 @@ TEST_F(RenderWindowTest, IdleFrameShowsTwoRedDiagonals) {
   // Away from the lines: the clear colour, blue.
   for (auto [x, y] : {std::pair{320, 60}, std::pair{320, 420}, std::pair{60, 240}, std::pair{580, 240}})
     ok &= tstest::pixelNear(at(x, y), 0, 0, 255);
-  if (!ok) platform::writePng("IdleFrame.failed.png", 640, 480, pixels.data(), 640 * 4);
+  if (!ok) tstest::saveFailedFrame(pixels, 640, 480, "IdleFrame");
   EXPECT_TRUE(ok);
   renderWindow->present();
 }
@@ -112,7 +111,7 @@ TEST_F(RenderWindowTest, PoolsReuseFreedSurfacesAndEmptyWhenTheWindowCloses) {
   EXPECT_EQ(theDriver.smallSurfaces.size(), 1u);
 
   // Closing frees them with the device: nothing of ours keeps the device alive.
-  IDirect3DDevice9* device = ts3d::Context::instance->device;
+  IDirect3DDevice9* device = ts3d::Context::instance->device.get();
   device->AddRef();
   theDriver.renderWindow()->close();
   EXPECT_EQ(theDriver.screenSurfaces.size(), 0u);

@@ -30,7 +30,7 @@ TEST_F(ScreenQuad, DrawsItsRectangleWithTheEffectsVertexFormat) {
   EXPECT_EQ(proxy->callsOf(DeviceCallKind::SetFVF)[0].args[0], 0x144);
   EXPECT_EQ(proxy->count(DeviceCallKind::SetVertexShader), 1u);
 
-  const std::vector<uint32_t> pixels = readTarget(context->currentTarget->surface);
+  const std::vector<uint32_t> pixels = readTarget(context->currentTarget->surface.get());
   EXPECT_TRUE(tstest::pixelNear(pixels[150 * 640 + 200], 0, 255, 0));
   EXPECT_TRUE(tstest::pixelNear(pixels[150 * 640 + 320], 0, 0, 255)) << "right of the quad: the clear colour";
   EXPECT_TRUE(tstest::pixelNear(pixels[220 * 640 + 200], 0, 0, 255)) << "below the quad: the clear colour";

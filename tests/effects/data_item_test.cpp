@@ -57,7 +57,7 @@ TEST_F(DataItems, NamesAreTheTextBehindTheLastBackslash) {
   EXPECT_EQ(texture->path(), picture);
   EXPECT_EQ(texture->description(), picture);
   ASSERT_NE(static_cast<DataTexture*>(texture.get())->payload, nullptr);
-  EXPECT_NE(static_cast<DataTexture*>(texture.get())->payload->deviceTexture, nullptr);
+  EXPECT_NE(static_cast<DataTexture*>(texture.get())->payload->deviceTexture.get(), nullptr);
 
   std::unique_ptr<DataItem> scene(theDriver.loadData(scenePath));
   ASSERT_NE(scene, nullptr);
@@ -107,7 +107,7 @@ TEST_F(DataItems, ReloadAfterSetNameStillFindsTheFile) {
   ASSERT_TRUE(texture->reload());
   EXPECT_EQ(texture->name(), "renamed picture");
   ASSERT_NE(static_cast<DataTexture*>(texture.get())->payload, nullptr);
-  EXPECT_NE(static_cast<DataTexture*>(texture.get())->payload->deviceTexture, nullptr);
+  EXPECT_NE(static_cast<DataTexture*>(texture.get())->payload->deviceTexture.get(), nullptr);
 
   // Once the files are gone, the scene has nothing to reload; the texture keeps an object
   // without a device texture.
@@ -117,7 +117,7 @@ TEST_F(DataItems, ReloadAfterSetNameStillFindsTheFile) {
   EXPECT_EQ(static_cast<DataScene*>(scene.get())->payload, nullptr);
   EXPECT_TRUE(texture->reload());
   ASSERT_NE(static_cast<DataTexture*>(texture.get())->payload, nullptr);
-  EXPECT_EQ(static_cast<DataTexture*>(texture.get())->payload->deviceTexture, nullptr);
+  EXPECT_EQ(static_cast<DataTexture*>(texture.get())->payload->deviceTexture.get(), nullptr);
 }
 
 TEST_F(DataItems, WhatIsNoSceneFileGivesNoSceneItem) {
@@ -147,7 +147,7 @@ TEST_F(DataItems, WhatIsNoSceneFileGivesNoSceneItem) {
   std::unique_ptr<DataItem> missing(theDriver.loadData("fx_missing.png"));
   ASSERT_NE(missing, nullptr);
   ASSERT_NE(static_cast<DataTexture*>(missing.get())->payload, nullptr);
-  EXPECT_EQ(static_cast<DataTexture*>(missing.get())->payload->deviceTexture, nullptr);
+  EXPECT_EQ(static_cast<DataTexture*>(missing.get())->payload->deviceTexture.get(), nullptr);
 
   // Items from an animation file keep empty strings, and have no file to reload.
   DataScene fromAnimation(new ts3d::SceneHierarchy);

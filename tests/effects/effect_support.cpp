@@ -4,7 +4,6 @@
 
 #include "driver/driver_kmt.h"
 #include "effects/timeline_item.h"
-#include "platform/png_write.h"
 #include "tests/gfxhelper/test_images.h"
 
 namespace tstest {
@@ -64,13 +63,11 @@ std::vector<uint32_t> EffectTest::drawFrame(TimelineItem* effect, float time) {
   effect->update(0, time);
   effect->clearFrame();
   effect->render();
-  return readTarget(context->currentTarget->surface);
+  return readTarget(context->currentTarget->surface.get());
 }
 
 void EffectTest::keepOnFailure(const std::vector<uint32_t>& pixels, const char* name) const {
-  if (testing::Test::HasFailure() && pixels.size() == static_cast<size_t>(width) * height)
-    platform::writePng(std::string(name) + ".failed.png", static_cast<int>(width), static_cast<int>(height),
-                       pixels.data(), static_cast<int>(width * 4));
+  if (testing::Test::HasFailure()) saveFailedFrame(pixels, width, height, name);
 }
 
 void LargeEffectTest::SetUp() {
@@ -86,7 +83,7 @@ void LargeEffectTest::SetUp() {
   ts3d::Context::create();
   context = ts3d::Context::instance;
   ASSERT_NE(context, nullptr);
-  proxy = static_cast<ProxyDevice*>(context->device);
+  proxy = static_cast<ProxyDevice*>(context->device.get());
   context->setClearColor(ts3d::color(0, 0, 1, 1));
   theDriver.setControllerFactory(driverSide(&factory));
 }

@@ -106,8 +106,8 @@ TEST_P(GeometryRoundTrip, StoreThenLoadGivesTheSameVectorsAndBooleans) {
   EXPECT_TRUE(loaded.tangents.empty());
   EXPECT_TRUE(loaded.binormals.empty());
   EXPECT_TRUE(loaded.weldedFaces.empty());
-  EXPECT_EQ(loaded.vertexBuffer, nullptr) << "load must not touch the device";
-  EXPECT_EQ(loaded.indexBuffer, nullptr);
+  EXPECT_EQ(loaded.vertexBuffer.get(), nullptr) << "load must not touch the device";
+  EXPECT_EQ(loaded.indexBuffer.get(), nullptr);
   // Colours travel only with other vertex data.
   if (c.positions || c.normals || c.channels > 0)
     EXPECT_EQ(loaded.colors, original->colors);

@@ -153,7 +153,7 @@ TEST(GeometryComposite, SplitCutsByGroupKeepingAttributesAndAnEmptyChildPerUnuse
   EXPECT_FALSE(zero->dynamicIndices);
   EXPECT_FALSE(zero->hasTangentSpace);
   EXPECT_TRUE(zero->auxiliaryRecords.empty());
-  EXPECT_EQ(zero->vertexBuffer, nullptr);
+  EXPECT_EQ(zero->vertexBuffer.get(), nullptr);
 
   auto* two = dynamic_cast<GeometrySimple*>(parts->children[2]);
   ASSERT_NE(two, nullptr);
@@ -205,7 +205,7 @@ TEST(GeometryComposite, MergedPastesPositionsAndRaisesTheLaterChildrensFaces) {
   EXPECT_TRUE(one->normals.empty()) << "positions and faces only";
   EXPECT_FALSE(one->dynamicVertices);
   EXPECT_FALSE(one->dynamicIndices);
-  EXPECT_EQ(one->vertexBuffer, nullptr);
+  EXPECT_EQ(one->vertexBuffer.get(), nullptr);
 }
 
 TEST(GeometryComposite, MergedRefusesWhatSixteenBitFacesCantNameAndChildrenThatArentLists) {

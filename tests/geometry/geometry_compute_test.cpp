@@ -166,7 +166,7 @@ TEST(GeometryTangentSpace, FrameIsTurnedToAgreeWithTheNormalAndAVertexInNoFaceSt
     expectVector(g.tangents[3], 0, 0, 0);
     expectVector(g.binormals[3], 0, 0, 0);
     EXPECT_EQ(g.vertexFormat, 0x140312u);
-    EXPECT_EQ(g.vertexBuffer, nullptr) << "no context, no buffers";
+    EXPECT_EQ(g.vertexBuffer.get(), nullptr) << "no context, no buffers";
   }
 }
 

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "geometry/geometry_composite.h"
-#include "platform/png_write.h"
 #include "tests/context/context_fixture.h"
 #include "tests/geometry/geometry_support.h"
 
@@ -36,16 +35,14 @@ class GeometryDeviceTest : public tstest::ContextTest {
     context->setClearColor(color(0.0f, 0.0f, 1.0f, 1.0f));
   }
 
-  std::vector<uint32_t> frame() { return readTarget(context->currentTarget->surface); }
+  std::vector<uint32_t> frame() { return readTarget(context->currentTarget->surface.get()); }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, unsigned int x, unsigned int y) {
     return pixels[static_cast<size_t>(y) * kWidth + x];
   }
 
   static void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, const char* name) {
-    if (!ok && pixels.size() == static_cast<size_t>(kWidth) * kHeight)
-      platform::writePng(std::string(name) + ".failed.png", static_cast<int>(kWidth), static_cast<int>(kHeight),
-                         pixels.data(), static_cast<int>(kWidth * 4));
+    if (!ok) tstest::saveFailedFrame(pixels, kWidth, kHeight, name);
   }
 
   // The lower left half of the screen: corners bottom left, top left, bottom right, at depth 0.5.
@@ -143,8 +140,8 @@ TEST_F(GeometryDeviceTest, CreateResourcesMakesBothBuffersAndFillsThem) {
   proxy->clearLog();
   g->createResources();
 
-  ASSERT_NE(g->vertexBuffer, nullptr);
-  ASSERT_NE(g->indexBuffer, nullptr);
+  ASSERT_NE(g->vertexBuffer.get(), nullptr);
+  ASSERT_NE(g->indexBuffer.get(), nullptr);
   const std::vector<DeviceCall> vb = proxy->callsOf(DeviceCallKind::CreateVertexBuffer);
   ASSERT_EQ(vb.size(), 1u);
   EXPECT_EQ(vb[0].args[0], 4 * 32) << "stride 32 times four vertices";
@@ -263,11 +260,11 @@ TEST_F(GeometryDeviceTest, LoadingMakesNoDeviceObject) {
   proxy->clearLog();
   const tstest::ReadOutcome outcome = tstest::readFile(file);
   ASSERT_NE(outcome.geometry(), nullptr);
-  EXPECT_EQ(outcome.geometry()->vertexBuffer, nullptr);
+  EXPECT_EQ(outcome.geometry()->vertexBuffer.get(), nullptr);
   EXPECT_EQ(proxy->totalCalls(), 0u);
   const ULONG before = proxy->references();
   outcome.geometry()->createResources();
-  EXPECT_NE(outcome.geometry()->vertexBuffer, nullptr);
+  EXPECT_NE(outcome.geometry()->vertexBuffer.get(), nullptr);
   EXPECT_EQ(proxy->references(), before + 2);
 }
 
@@ -293,7 +290,7 @@ TEST_F(GeometryDeviceTest, CompositeDrawsEachChildInOrderAndBothAppear) {
     if (call.kind == DeviceCallKind::SetStreamSource) current = call.object;
     if (call.kind == DeviceCallKind::DrawIndexedPrimitive) drawnBuffers.push_back(current);
   }
-  EXPECT_EQ(drawnBuffers, (std::vector<const void*>{red->vertexBuffer, green->vertexBuffer}));
+  EXPECT_EQ(drawnBuffers, (std::vector<const void*>{red->vertexBuffer.get(), green->vertexBuffer.get()}));
 
   const std::vector<uint32_t> pixels = frame();
   ASSERT_EQ(pixels.size(), static_cast<size_t>(kWidth) * kHeight);

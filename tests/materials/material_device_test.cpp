@@ -9,7 +9,6 @@
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
-#include "platform/png_write.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
 #include "tests/context/context_fixture.h"
@@ -123,7 +122,7 @@ class MaterialDeviceTest : public tstest::ContextTest {
     }
     material.endPasses();
     context->endScene();
-    return readTarget(context->currentTarget->surface);
+    return readTarget(context->currentTarget->surface.get());
   }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, unsigned int x, unsigned int y) {
@@ -131,9 +130,7 @@ class MaterialDeviceTest : public tstest::ContextTest {
   }
 
   static void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, const std::string& name) {
-    if (!ok && pixels.size() == static_cast<size_t>(kWidth) * kHeight)
-      platform::writePng(name + ".failed.png", static_cast<int>(kWidth), static_cast<int>(kHeight), pixels.data(),
-                         static_cast<int>(kWidth * 4));
+    if (!ok) tstest::saveFailedFrame(pixels, kWidth, kHeight, name);
   }
 
   // Each texel's colour at the centre of its screen rectangle.

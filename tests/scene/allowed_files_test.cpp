@@ -78,7 +78,7 @@ class AllowedFilesTest : public tstest::ContextTest {
     scene.clear(0.0f);
     scene.render();
     context->endScene();
-    const std::vector<uint32_t> pixels = readTarget(context->currentTarget->surface);
+    const std::vector<uint32_t> pixels = readTarget(context->currentTarget->surface.get());
     return pixels.empty() ? 0 : pixels[240 * 640 + 320] & 0xFFFFFFu;
   }
 

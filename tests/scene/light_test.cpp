@@ -181,7 +181,7 @@ class LightDeviceTest : public tstest::ContextTest {
     }
     context->endScene();
     camera.transformation = nullptr;
-    const std::vector<uint32_t> pixels = readTarget(context->renderTarget()->surface);
+    const std::vector<uint32_t> pixels = readTarget(context->renderTarget()->surface.get());
     if (pixels.size() != 640u * 480u) return 0;
     return pixels[240u * 640u + 320u];
   }

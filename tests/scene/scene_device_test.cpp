@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/png_write.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/hierarchy_node.h"
@@ -88,7 +87,7 @@ class SceneDeviceTest : public tstest::ContextTest {
     scene.clear(time);
     scene.render();
     context->endScene();
-    return readTarget(context->currentTarget->surface);
+    return readTarget(context->currentTarget->surface.get());
   }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, unsigned int x, unsigned int y) {
@@ -96,9 +95,7 @@ class SceneDeviceTest : public tstest::ContextTest {
   }
 
   static void saveOnFailure(bool ok, const std::vector<uint32_t>& pixels, const char* name) {
-    if (!ok && pixels.size() == static_cast<size_t>(kWidth) * kHeight)
-      platform::writePng(std::string(name) + ".failed.png", static_cast<int>(kWidth), static_cast<int>(kHeight),
-                         pixels.data(), static_cast<int>(kWidth * 4));
+    if (!ok) tstest::saveFailedFrame(pixels, kWidth, kHeight, name);
   }
 };
 

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/png_write.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
@@ -32,7 +31,7 @@ class SceneBuildTest : public tstest::ContextTest {
     scene.clear(time);
     scene.render();
     context->endScene();
-    return readTarget(context->currentTarget->surface);
+    return readTarget(context->currentTarget->surface.get());
   }
 
   static uint32_t at(const std::vector<uint32_t>& pixels, int x, int y) {
@@ -43,8 +42,7 @@ class SceneBuildTest : public tstest::ContextTest {
   static int blue(uint32_t p) { return static_cast<int>(p & 0xff); }
 
   static void keepOnFailure(const std::vector<uint32_t>& pixels, const char* name) {
-    if (testing::Test::HasFailure() && pixels.size() == 640u * 480u)
-      platform::writePng(std::string(name) + ".failed.png", 640, 480, pixels.data(), 640 * 4);
+    if (testing::Test::HasFailure()) tstest::saveFailedFrame(pixels, 640, 480, name);
   }
 };
 

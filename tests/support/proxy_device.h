@@ -67,6 +67,124 @@ DeviceCall textureCall(DWORD stage, const IDirect3DBaseTexture9* texture);
 std::string describe(const DeviceCall& call);
 std::ostream& operator<<(std::ostream& out, const DeviceCall& call);
 
+// The six constant calls of one shader stage, Vertex or Pixel, in the form below.
+#define TSTEST_SHADER_CONSTANT_METHODS(X, Stage) \
+  X(HRESULT, Set##Stage##ShaderConstantF, (UINT start, const float* data, UINT count), (start, data, count)) \
+  X(HRESULT, Get##Stage##ShaderConstantF, (UINT start, float* data, UINT count), (start, data, count)) \
+  X(HRESULT, Set##Stage##ShaderConstantI, (UINT start, const int* data, UINT count), (start, data, count)) \
+  X(HRESULT, Get##Stage##ShaderConstantI, (UINT start, int* data, UINT count), (start, data, count)) \
+  X(HRESULT, Set##Stage##ShaderConstantB, (UINT start, const BOOL* data, UINT count), (start, data, count)) \
+  X(HRESULT, Get##Stage##ShaderConstantB, (UINT start, BOOL* data, UINT count), (start, data, count))
+
+// The device methods that the proxy passes on untouched, counted but not recorded, as
+// X(return type, name, (parameters), (arguments)). The proxy declares and defines one
+// forwarder for each; the calls it records or whose buffers it swaps are written out below.
+#define TSTEST_FORWARDED_DEVICE_METHODS(X) \
+  X(HRESULT, TestCooperativeLevel, (), ()) \
+  X(UINT, GetAvailableTextureMem, (), ()) \
+  X(HRESULT, EvictManagedResources, (), ()) \
+  X(HRESULT, GetDirect3D, (IDirect3D9** d3d), (d3d)) \
+  X(HRESULT, GetDeviceCaps, (D3DCAPS9* caps), (caps)) \
+  X(HRESULT, GetDisplayMode, (UINT swapChain, D3DDISPLAYMODE* mode), (swapChain, mode)) \
+  X(HRESULT, GetCreationParameters, (D3DDEVICE_CREATION_PARAMETERS* parameters), (parameters)) \
+  X(HRESULT, SetCursorProperties, (UINT x, UINT y, IDirect3DSurface9* bitmap), (x, y, bitmap)) \
+  X(void, SetCursorPosition, (int x, int y, DWORD flags), (x, y, flags)) \
+  X(BOOL, ShowCursor, (BOOL show), (show)) \
+  X(HRESULT, CreateAdditionalSwapChain, (D3DPRESENT_PARAMETERS* parameters, IDirect3DSwapChain9** swapChain), \
+    (parameters, swapChain)) \
+  X(HRESULT, GetSwapChain, (UINT index, IDirect3DSwapChain9** swapChain), (index, swapChain)) \
+  X(UINT, GetNumberOfSwapChains, (), ()) \
+  X(HRESULT, Reset, (D3DPRESENT_PARAMETERS* parameters), (parameters)) \
+  X(HRESULT, Present, (const RECT* source, const RECT* dest, HWND window, const RGNDATA* dirty), \
+    (source, dest, window, dirty)) \
+  X(HRESULT, GetBackBuffer, (UINT swapChain, UINT index, D3DBACKBUFFER_TYPE type, IDirect3DSurface9** surface), \
+    (swapChain, index, type, surface)) \
+  X(HRESULT, GetRasterStatus, (UINT swapChain, D3DRASTER_STATUS* status), (swapChain, status)) \
+  X(HRESULT, SetDialogBoxMode, (BOOL enable), (enable)) \
+  X(void, SetGammaRamp, (UINT swapChain, DWORD flags, const D3DGAMMARAMP* ramp), (swapChain, flags, ramp)) \
+  X(void, GetGammaRamp, (UINT swapChain, D3DGAMMARAMP* ramp), (swapChain, ramp)) \
+  X(HRESULT, CreateTexture, (UINT width, UINT height, UINT levels, DWORD usage, D3DFORMAT format, D3DPOOL pool, \
+    IDirect3DTexture9** texture, HANDLE* shared), \
+    (width, height, levels, usage, format, pool, texture, shared)) \
+  X(HRESULT, CreateVolumeTexture, (UINT width, UINT height, UINT depth, UINT levels, DWORD usage, D3DFORMAT format, \
+    D3DPOOL pool, IDirect3DVolumeTexture9** texture, HANDLE* shared), \
+    (width, height, depth, levels, usage, format, pool, texture, shared)) \
+  X(HRESULT, CreateCubeTexture, (UINT edge, UINT levels, DWORD usage, D3DFORMAT format, D3DPOOL pool, \
+    IDirect3DCubeTexture9** texture, HANDLE* shared), \
+    (edge, levels, usage, format, pool, texture, shared)) \
+  X(HRESULT, CreateRenderTarget, (UINT width, UINT height, D3DFORMAT format, D3DMULTISAMPLE_TYPE multisample, \
+    DWORD quality, BOOL lockable, IDirect3DSurface9** surface, HANDLE* shared), \
+    (width, height, format, multisample, quality, lockable, surface, shared)) \
+  X(HRESULT, CreateDepthStencilSurface, (UINT width, UINT height, D3DFORMAT format, D3DMULTISAMPLE_TYPE multisample, \
+    DWORD quality, BOOL discard, IDirect3DSurface9** surface, HANDLE* shared), \
+    (width, height, format, multisample, quality, discard, surface, shared)) \
+  X(HRESULT, UpdateSurface, (IDirect3DSurface9* source, const RECT* sourceRect, IDirect3DSurface9* dest, \
+    const POINT* destPoint), \
+    (source, sourceRect, dest, destPoint)) \
+  X(HRESULT, UpdateTexture, (IDirect3DBaseTexture9* source, IDirect3DBaseTexture9* dest), (source, dest)) \
+  X(HRESULT, GetRenderTargetData, (IDirect3DSurface9* target, IDirect3DSurface9* dest), (target, dest)) \
+  X(HRESULT, GetFrontBufferData, (UINT swapChain, IDirect3DSurface9* dest), (swapChain, dest)) \
+  X(HRESULT, StretchRect, (IDirect3DSurface9* source, const RECT* sourceRect, IDirect3DSurface9* dest, \
+    const RECT* destRect, D3DTEXTUREFILTERTYPE filter), \
+    (source, sourceRect, dest, destRect, filter)) \
+  X(HRESULT, ColorFill, (IDirect3DSurface9* surface, const RECT* rect, D3DCOLOR color), (surface, rect, color)) \
+  X(HRESULT, CreateOffscreenPlainSurface, (UINT width, UINT height, D3DFORMAT format, D3DPOOL pool, \
+    IDirect3DSurface9** surface, HANDLE* shared), \
+    (width, height, format, pool, surface, shared)) \
+  X(HRESULT, GetRenderTarget, (DWORD index, IDirect3DSurface9** target), (index, target)) \
+  X(HRESULT, GetDepthStencilSurface, (IDirect3DSurface9** surface), (surface)) \
+  X(HRESULT, BeginScene, (), ()) \
+  X(HRESULT, EndScene, (), ()) \
+  X(HRESULT, GetTransform, (D3DTRANSFORMSTATETYPE state, D3DMATRIX* matrix), (state, matrix)) \
+  X(HRESULT, MultiplyTransform, (D3DTRANSFORMSTATETYPE state, const D3DMATRIX* matrix), (state, matrix)) \
+  X(HRESULT, GetViewport, (D3DVIEWPORT9* viewport), (viewport)) \
+  X(HRESULT, SetMaterial, (const D3DMATERIAL9* material), (material)) \
+  X(HRESULT, GetMaterial, (D3DMATERIAL9* material), (material)) \
+  X(HRESULT, SetLight, (DWORD index, const D3DLIGHT9* light), (index, light)) \
+  X(HRESULT, GetLight, (DWORD index, D3DLIGHT9* light), (index, light)) \
+  X(HRESULT, LightEnable, (DWORD index, BOOL enable), (index, enable)) \
+  X(HRESULT, GetLightEnable, (DWORD index, BOOL* enable), (index, enable)) \
+  X(HRESULT, SetClipPlane, (DWORD index, const float* plane), (index, plane)) \
+  X(HRESULT, GetClipPlane, (DWORD index, float* plane), (index, plane)) \
+  X(HRESULT, GetRenderState, (D3DRENDERSTATETYPE state, DWORD* value), (state, value)) \
+  X(HRESULT, CreateStateBlock, (D3DSTATEBLOCKTYPE type, IDirect3DStateBlock9** block), (type, block)) \
+  X(HRESULT, BeginStateBlock, (), ()) \
+  X(HRESULT, EndStateBlock, (IDirect3DStateBlock9** block), (block)) \
+  X(HRESULT, SetClipStatus, (const D3DCLIPSTATUS9* status), (status)) \
+  X(HRESULT, GetClipStatus, (D3DCLIPSTATUS9* status), (status)) \
+  X(HRESULT, GetTexture, (DWORD stage, IDirect3DBaseTexture9** texture), (stage, texture)) \
+  X(HRESULT, GetTextureStageState, (DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD* value), (stage, type, value)) \
+  X(HRESULT, GetSamplerState, (DWORD sampler, D3DSAMPLERSTATETYPE type, DWORD* value), (sampler, type, value)) \
+  X(HRESULT, ValidateDevice, (DWORD* passes), (passes)) \
+  X(HRESULT, SetPaletteEntries, (UINT palette, const PALETTEENTRY* entries), (palette, entries)) \
+  X(HRESULT, GetPaletteEntries, (UINT palette, PALETTEENTRY* entries), (palette, entries)) \
+  X(HRESULT, SetCurrentTexturePalette, (UINT palette), (palette)) \
+  X(HRESULT, GetCurrentTexturePalette, (UINT* palette), (palette)) \
+  X(HRESULT, SetScissorRect, (const RECT* rect), (rect)) \
+  X(HRESULT, GetScissorRect, (RECT* rect), (rect)) \
+  X(BOOL, GetSoftwareVertexProcessing, (), ()) \
+  X(HRESULT, SetNPatchMode, (float segments), (segments)) \
+  X(float, GetNPatchMode, (), ()) \
+  X(HRESULT, CreateVertexDeclaration, (const D3DVERTEXELEMENT9* elements, IDirect3DVertexDeclaration9** declaration), \
+    (elements, declaration)) \
+  X(HRESULT, SetVertexDeclaration, (IDirect3DVertexDeclaration9* declaration), (declaration)) \
+  X(HRESULT, GetVertexDeclaration, (IDirect3DVertexDeclaration9** declaration), (declaration)) \
+  X(HRESULT, GetFVF, (DWORD* fvf), (fvf)) \
+  X(HRESULT, CreateVertexShader, (const DWORD* code, IDirect3DVertexShader9** shader), (code, shader)) \
+  X(HRESULT, GetVertexShader, (IDirect3DVertexShader9** shader), (shader)) \
+  TSTEST_SHADER_CONSTANT_METHODS(X, Vertex) \
+  X(HRESULT, SetStreamSourceFreq, (UINT stream, UINT divider), (stream, divider)) \
+  X(HRESULT, GetStreamSourceFreq, (UINT stream, UINT* divider), (stream, divider)) \
+  X(HRESULT, CreatePixelShader, (const DWORD* code, IDirect3DPixelShader9** shader), (code, shader)) \
+  X(HRESULT, GetPixelShader, (IDirect3DPixelShader9** shader), (shader)) \
+  TSTEST_SHADER_CONSTANT_METHODS(X, Pixel) \
+  X(HRESULT, DrawRectPatch, (UINT handle, const float* segments, const D3DRECTPATCH_INFO* info), \
+    (handle, segments, info)) \
+  X(HRESULT, DrawTriPatch, (UINT handle, const float* segments, const D3DTRIPATCH_INFO* info), \
+    (handle, segments, info)) \
+  X(HRESULT, DeletePatch, (UINT handle), (handle)) \
+  X(HRESULT, CreateQuery, (D3DQUERYTYPE type, IDirect3DQuery9** query), (type, query))
+
 // A device for tests that forwards every call to a real one and records the calls that
 // change state, lock buffers and draw, so tests can state what code sends to a device.
 //
@@ -101,101 +219,22 @@ class ProxyDevice final : public IDirect3DDevice9 {
   ULONG STDMETHODCALLTYPE AddRef() override;
   ULONG STDMETHODCALLTYPE Release() override;
 
-  // IDirect3DDevice9, in the interface's order
-  HRESULT STDMETHODCALLTYPE TestCooperativeLevel() override;
-  UINT STDMETHODCALLTYPE GetAvailableTextureMem() override;
-  HRESULT STDMETHODCALLTYPE EvictManagedResources() override;
-  HRESULT STDMETHODCALLTYPE GetDirect3D(IDirect3D9** d3d) override;
-  HRESULT STDMETHODCALLTYPE GetDeviceCaps(D3DCAPS9* caps) override;
-  HRESULT STDMETHODCALLTYPE GetDisplayMode(UINT swapChain, D3DDISPLAYMODE* mode) override;
-  HRESULT STDMETHODCALLTYPE GetCreationParameters(D3DDEVICE_CREATION_PARAMETERS* parameters) override;
-  HRESULT STDMETHODCALLTYPE SetCursorProperties(UINT x, UINT y, IDirect3DSurface9* bitmap) override;
-  void STDMETHODCALLTYPE SetCursorPosition(int x, int y, DWORD flags) override;
-  BOOL STDMETHODCALLTYPE ShowCursor(BOOL show) override;
-  HRESULT STDMETHODCALLTYPE CreateAdditionalSwapChain(D3DPRESENT_PARAMETERS* parameters,
-                                                      IDirect3DSwapChain9** swapChain) override;
-  HRESULT STDMETHODCALLTYPE GetSwapChain(UINT index, IDirect3DSwapChain9** swapChain) override;
-  UINT STDMETHODCALLTYPE GetNumberOfSwapChains() override;
-  HRESULT STDMETHODCALLTYPE Reset(D3DPRESENT_PARAMETERS* parameters) override;
-  HRESULT STDMETHODCALLTYPE Present(const RECT* source, const RECT* dest, HWND window, const RGNDATA* dirty) override;
-  HRESULT STDMETHODCALLTYPE GetBackBuffer(UINT swapChain, UINT index, D3DBACKBUFFER_TYPE type,
-                                          IDirect3DSurface9** surface) override;
-  HRESULT STDMETHODCALLTYPE GetRasterStatus(UINT swapChain, D3DRASTER_STATUS* status) override;
-  HRESULT STDMETHODCALLTYPE SetDialogBoxMode(BOOL enable) override;
-  void STDMETHODCALLTYPE SetGammaRamp(UINT swapChain, DWORD flags, const D3DGAMMARAMP* ramp) override;
-  void STDMETHODCALLTYPE GetGammaRamp(UINT swapChain, D3DGAMMARAMP* ramp) override;
-  HRESULT STDMETHODCALLTYPE CreateTexture(UINT width, UINT height, UINT levels, DWORD usage, D3DFORMAT format,
-                                          D3DPOOL pool, IDirect3DTexture9** texture, HANDLE* shared) override;
-  HRESULT STDMETHODCALLTYPE CreateVolumeTexture(UINT width, UINT height, UINT depth, UINT levels, DWORD usage,
-                                                D3DFORMAT format, D3DPOOL pool, IDirect3DVolumeTexture9** texture,
-                                                HANDLE* shared) override;
-  HRESULT STDMETHODCALLTYPE CreateCubeTexture(UINT edge, UINT levels, DWORD usage, D3DFORMAT format, D3DPOOL pool,
-                                              IDirect3DCubeTexture9** texture, HANDLE* shared) override;
+  // IDirect3DDevice9: the calls recorded or whose buffers are swapped, then the plain forwarders.
   HRESULT STDMETHODCALLTYPE CreateVertexBuffer(UINT length, DWORD usage, DWORD fvf, D3DPOOL pool,
                                                IDirect3DVertexBuffer9** buffer, HANDLE* shared) override;
   HRESULT STDMETHODCALLTYPE CreateIndexBuffer(UINT length, DWORD usage, D3DFORMAT format, D3DPOOL pool,
                                               IDirect3DIndexBuffer9** buffer, HANDLE* shared) override;
-  HRESULT STDMETHODCALLTYPE CreateRenderTarget(UINT width, UINT height, D3DFORMAT format,
-                                               D3DMULTISAMPLE_TYPE multisample, DWORD quality, BOOL lockable,
-                                               IDirect3DSurface9** surface, HANDLE* shared) override;
-  HRESULT STDMETHODCALLTYPE CreateDepthStencilSurface(UINT width, UINT height, D3DFORMAT format,
-                                                      D3DMULTISAMPLE_TYPE multisample, DWORD quality, BOOL discard,
-                                                      IDirect3DSurface9** surface, HANDLE* shared) override;
-  HRESULT STDMETHODCALLTYPE UpdateSurface(IDirect3DSurface9* source, const RECT* sourceRect, IDirect3DSurface9* dest,
-                                          const POINT* destPoint) override;
-  HRESULT STDMETHODCALLTYPE UpdateTexture(IDirect3DBaseTexture9* source, IDirect3DBaseTexture9* dest) override;
-  HRESULT STDMETHODCALLTYPE GetRenderTargetData(IDirect3DSurface9* target, IDirect3DSurface9* dest) override;
-  HRESULT STDMETHODCALLTYPE GetFrontBufferData(UINT swapChain, IDirect3DSurface9* dest) override;
-  HRESULT STDMETHODCALLTYPE StretchRect(IDirect3DSurface9* source, const RECT* sourceRect, IDirect3DSurface9* dest,
-                                        const RECT* destRect, D3DTEXTUREFILTERTYPE filter) override;
-  HRESULT STDMETHODCALLTYPE ColorFill(IDirect3DSurface9* surface, const RECT* rect, D3DCOLOR color) override;
-  HRESULT STDMETHODCALLTYPE CreateOffscreenPlainSurface(UINT width, UINT height, D3DFORMAT format, D3DPOOL pool,
-                                                        IDirect3DSurface9** surface, HANDLE* shared) override;
   HRESULT STDMETHODCALLTYPE SetRenderTarget(DWORD index, IDirect3DSurface9* target) override;
-  HRESULT STDMETHODCALLTYPE GetRenderTarget(DWORD index, IDirect3DSurface9** target) override;
   HRESULT STDMETHODCALLTYPE SetDepthStencilSurface(IDirect3DSurface9* surface) override;
-  HRESULT STDMETHODCALLTYPE GetDepthStencilSurface(IDirect3DSurface9** surface) override;
-  HRESULT STDMETHODCALLTYPE BeginScene() override;
-  HRESULT STDMETHODCALLTYPE EndScene() override;
   HRESULT STDMETHODCALLTYPE Clear(DWORD rectCount, const D3DRECT* rects, DWORD flags, D3DCOLOR color, float z,
                                   DWORD stencil) override;
   HRESULT STDMETHODCALLTYPE SetTransform(D3DTRANSFORMSTATETYPE state, const D3DMATRIX* matrix) override;
-  HRESULT STDMETHODCALLTYPE GetTransform(D3DTRANSFORMSTATETYPE state, D3DMATRIX* matrix) override;
-  HRESULT STDMETHODCALLTYPE MultiplyTransform(D3DTRANSFORMSTATETYPE state, const D3DMATRIX* matrix) override;
   HRESULT STDMETHODCALLTYPE SetViewport(const D3DVIEWPORT9* viewport) override;
-  HRESULT STDMETHODCALLTYPE GetViewport(D3DVIEWPORT9* viewport) override;
-  HRESULT STDMETHODCALLTYPE SetMaterial(const D3DMATERIAL9* material) override;
-  HRESULT STDMETHODCALLTYPE GetMaterial(D3DMATERIAL9* material) override;
-  HRESULT STDMETHODCALLTYPE SetLight(DWORD index, const D3DLIGHT9* light) override;
-  HRESULT STDMETHODCALLTYPE GetLight(DWORD index, D3DLIGHT9* light) override;
-  HRESULT STDMETHODCALLTYPE LightEnable(DWORD index, BOOL enable) override;
-  HRESULT STDMETHODCALLTYPE GetLightEnable(DWORD index, BOOL* enable) override;
-  HRESULT STDMETHODCALLTYPE SetClipPlane(DWORD index, const float* plane) override;
-  HRESULT STDMETHODCALLTYPE GetClipPlane(DWORD index, float* plane) override;
   HRESULT STDMETHODCALLTYPE SetRenderState(D3DRENDERSTATETYPE state, DWORD value) override;
-  HRESULT STDMETHODCALLTYPE GetRenderState(D3DRENDERSTATETYPE state, DWORD* value) override;
-  HRESULT STDMETHODCALLTYPE CreateStateBlock(D3DSTATEBLOCKTYPE type, IDirect3DStateBlock9** block) override;
-  HRESULT STDMETHODCALLTYPE BeginStateBlock() override;
-  HRESULT STDMETHODCALLTYPE EndStateBlock(IDirect3DStateBlock9** block) override;
-  HRESULT STDMETHODCALLTYPE SetClipStatus(const D3DCLIPSTATUS9* status) override;
-  HRESULT STDMETHODCALLTYPE GetClipStatus(D3DCLIPSTATUS9* status) override;
-  HRESULT STDMETHODCALLTYPE GetTexture(DWORD stage, IDirect3DBaseTexture9** texture) override;
   HRESULT STDMETHODCALLTYPE SetTexture(DWORD stage, IDirect3DBaseTexture9* texture) override;
-  HRESULT STDMETHODCALLTYPE GetTextureStageState(DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD* value) override;
   HRESULT STDMETHODCALLTYPE SetTextureStageState(DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD value) override;
-  HRESULT STDMETHODCALLTYPE GetSamplerState(DWORD sampler, D3DSAMPLERSTATETYPE type, DWORD* value) override;
   HRESULT STDMETHODCALLTYPE SetSamplerState(DWORD sampler, D3DSAMPLERSTATETYPE type, DWORD value) override;
-  HRESULT STDMETHODCALLTYPE ValidateDevice(DWORD* passes) override;
-  HRESULT STDMETHODCALLTYPE SetPaletteEntries(UINT palette, const PALETTEENTRY* entries) override;
-  HRESULT STDMETHODCALLTYPE GetPaletteEntries(UINT palette, PALETTEENTRY* entries) override;
-  HRESULT STDMETHODCALLTYPE SetCurrentTexturePalette(UINT palette) override;
-  HRESULT STDMETHODCALLTYPE GetCurrentTexturePalette(UINT* palette) override;
-  HRESULT STDMETHODCALLTYPE SetScissorRect(const RECT* rect) override;
-  HRESULT STDMETHODCALLTYPE GetScissorRect(RECT* rect) override;
   HRESULT STDMETHODCALLTYPE SetSoftwareVertexProcessing(BOOL software) override;
-  BOOL STDMETHODCALLTYPE GetSoftwareVertexProcessing() override;
-  HRESULT STDMETHODCALLTYPE SetNPatchMode(float segments) override;
-  float STDMETHODCALLTYPE GetNPatchMode() override;
   HRESULT STDMETHODCALLTYPE DrawPrimitive(D3DPRIMITIVETYPE type, UINT start, UINT count) override;
   HRESULT STDMETHODCALLTYPE DrawIndexedPrimitive(D3DPRIMITIVETYPE type, INT baseVertex, UINT minIndex, UINT vertexCount,
                                                  UINT startIndex, UINT count) override;
@@ -206,42 +245,19 @@ class ProxyDevice final : public IDirect3DDevice9 {
   HRESULT STDMETHODCALLTYPE ProcessVertices(UINT sourceStart, UINT destIndex, UINT vertexCount,
                                             IDirect3DVertexBuffer9* dest, IDirect3DVertexDeclaration9* declaration,
                                             DWORD flags) override;
-  HRESULT STDMETHODCALLTYPE CreateVertexDeclaration(const D3DVERTEXELEMENT9* elements,
-                                                    IDirect3DVertexDeclaration9** declaration) override;
-  HRESULT STDMETHODCALLTYPE SetVertexDeclaration(IDirect3DVertexDeclaration9* declaration) override;
-  HRESULT STDMETHODCALLTYPE GetVertexDeclaration(IDirect3DVertexDeclaration9** declaration) override;
   HRESULT STDMETHODCALLTYPE SetFVF(DWORD fvf) override;
-  HRESULT STDMETHODCALLTYPE GetFVF(DWORD* fvf) override;
-  HRESULT STDMETHODCALLTYPE CreateVertexShader(const DWORD* code, IDirect3DVertexShader9** shader) override;
   HRESULT STDMETHODCALLTYPE SetVertexShader(IDirect3DVertexShader9* shader) override;
-  HRESULT STDMETHODCALLTYPE GetVertexShader(IDirect3DVertexShader9** shader) override;
-  HRESULT STDMETHODCALLTYPE SetVertexShaderConstantF(UINT start, const float* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE GetVertexShaderConstantF(UINT start, float* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE SetVertexShaderConstantI(UINT start, const int* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE GetVertexShaderConstantI(UINT start, int* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE SetVertexShaderConstantB(UINT start, const BOOL* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE GetVertexShaderConstantB(UINT start, BOOL* data, UINT count) override;
   HRESULT STDMETHODCALLTYPE SetStreamSource(UINT stream, IDirect3DVertexBuffer9* buffer, UINT offset,
                                             UINT stride) override;
   HRESULT STDMETHODCALLTYPE GetStreamSource(UINT stream, IDirect3DVertexBuffer9** buffer, UINT* offset,
                                             UINT* stride) override;
-  HRESULT STDMETHODCALLTYPE SetStreamSourceFreq(UINT stream, UINT divider) override;
-  HRESULT STDMETHODCALLTYPE GetStreamSourceFreq(UINT stream, UINT* divider) override;
   HRESULT STDMETHODCALLTYPE SetIndices(IDirect3DIndexBuffer9* buffer) override;
   HRESULT STDMETHODCALLTYPE GetIndices(IDirect3DIndexBuffer9** buffer) override;
-  HRESULT STDMETHODCALLTYPE CreatePixelShader(const DWORD* code, IDirect3DPixelShader9** shader) override;
   HRESULT STDMETHODCALLTYPE SetPixelShader(IDirect3DPixelShader9* shader) override;
-  HRESULT STDMETHODCALLTYPE GetPixelShader(IDirect3DPixelShader9** shader) override;
-  HRESULT STDMETHODCALLTYPE SetPixelShaderConstantF(UINT start, const float* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE GetPixelShaderConstantF(UINT start, float* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE SetPixelShaderConstantI(UINT start, const int* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE GetPixelShaderConstantI(UINT start, int* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE SetPixelShaderConstantB(UINT start, const BOOL* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE GetPixelShaderConstantB(UINT start, BOOL* data, UINT count) override;
-  HRESULT STDMETHODCALLTYPE DrawRectPatch(UINT handle, const float* segments, const D3DRECTPATCH_INFO* info) override;
-  HRESULT STDMETHODCALLTYPE DrawTriPatch(UINT handle, const float* segments, const D3DTRIPATCH_INFO* info) override;
-  HRESULT STDMETHODCALLTYPE DeletePatch(UINT handle) override;
-  HRESULT STDMETHODCALLTYPE CreateQuery(D3DQUERYTYPE type, IDirect3DQuery9** query) override;
+
+#define TSTEST_DECLARE_FORWARDER(type, name, parameters, arguments) type STDMETHODCALLTYPE name parameters override;
+  TSTEST_FORWARDED_DEVICE_METHODS(TSTEST_DECLARE_FORWARDER)
+#undef TSTEST_DECLARE_FORWARDER
 
  private:
   template <class Interface, class Desc, DeviceCallKind LockKind, DeviceCallKind UnlockKind>

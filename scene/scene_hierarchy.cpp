@@ -155,7 +155,7 @@ void SceneHierarchy::prepare() {
 
 void SceneHierarchy::clear(float time) {
   if (background) background->update(time);
-  clear(activeCamera, 7, true);
+  clear(activeCamera, Context::ClearAll, true);
 }
 
 void SceneHierarchy::clear(Camera* camera, uint32_t flags, bool direct) {

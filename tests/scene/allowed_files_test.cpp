@@ -16,7 +16,7 @@
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
-#include "tests/scene/heap_count.h"
+#include "tests/support/heap_count.h"
 #include "platform/message_box.h"
 #include "tests/support/test_chunks.h"
 

@@ -10,7 +10,7 @@
 #include "scene/light.h"
 #include "scene/mesh.h"
 #include "scene/transformation.h"
-#include "tests/scene/heap_count.h"
+#include "tests/support/heap_count.h"
 #include "tests/scene/support.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "scene/mesh.h"
 #include "scene/render_queue.h"
 #include "scene/transformation.h"
-#include "tests/scene/heap_count.h"
+#include "tests/support/heap_count.h"
 #include "tests/scene/scene_support.h"
 #include "tests/scene/support.h"
 

@@ -5,7 +5,7 @@
 
 #include "scene/hierarchy_node.h"
 #include "scene/scene_hierarchy.h"
-#include "tests/scene/heap_count.h"
+#include "tests/support/heap_count.h"
 #include "tests/scene/scene_support.h"
 #include "tests/scene/support.h"
 

@@ -14,7 +14,7 @@
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
 #include "io/trace.h"
-#include "tests/scene/heap_count.h"
+#include "tests/support/heap_count.h"
 #include "tests/scenebuild/rich_scene.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/test_chunks.h"

@@ -1,4 +1,4 @@
-#include "tests/scene/heap_count.h"
+#include "tests/support/heap_count.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "context/context.h"
+#include "platform/com_ptr.h"
 #include "tests/device/test_device.h"
 #include "tests/support/proxy_device.h"
 
@@ -27,6 +29,13 @@ class ContextTest : public ::testing::Test {
     proxy = static_cast<ProxyDevice*>(context->device.get());
   }
   void TearDown() override {
+    if (HasFailure()) {
+      const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+      std::string name = std::string(test->test_suite_name()) + "." + test->name();
+      for (char& c : name)
+        if (c == '/') c = '_';
+      saveFailedFrame(frame, frameWidth, frameHeight, name);
+    }
     ts3d::Context::destroy();
     ts3d::Context::wrapDevice = nullptr;
     DestroyWindow(window);
@@ -50,28 +59,37 @@ class ContextTest : public ::testing::Test {
     context->device->SetTransform(D3DTS_PROJECTION, &identity);
   }
 
-  // The current target's pixels, read back from the real device.
-  std::vector<uint32_t> readTarget(IDirect3DSurface9* surface) {
-    std::vector<uint32_t> pixels;
+  // The pixels of a surface (by default the current target), read back from the real device
+  // as 0xAARRGGBB. The last frame read is saved beside the test program if the test fails.
+  std::vector<uint32_t> readTarget(IDirect3DSurface9* surface = nullptr) {
+    if (!surface) surface = context->currentTarget->surface.get();
     D3DSURFACE_DESC desc;
     surface->GetDesc(&desc);
-    IDirect3DSurface9* copy = nullptr;
+    frameWidth = desc.Width;
+    frameHeight = desc.Height;
+    frame.clear();
+    platform::ComPtr<IDirect3DSurface9> copy;
+    D3DLOCKED_RECT locked;
     if (SUCCEEDED(proxy->real()->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format,
-                                                             D3DPOOL_SYSTEMMEM, &copy, nullptr)) &&
-        SUCCEEDED(proxy->real()->GetRenderTargetData(surface, copy))) {
-      D3DLOCKED_RECT locked;
-      copy->LockRect(&locked, nullptr, D3DLOCK_READONLY);
-      pixels.resize(static_cast<size_t>(desc.Width) * desc.Height);
+                                                             D3DPOOL_SYSTEMMEM, copy.out(), nullptr)) &&
+        SUCCEEDED(proxy->real()->GetRenderTargetData(surface, copy.get())) &&
+        SUCCEEDED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY))) {
+      frame.resize(static_cast<size_t>(desc.Width) * desc.Height);
       for (unsigned int y = 0; y < desc.Height; ++y)
         for (unsigned int x = 0; x < desc.Width; ++x)
-          pixels[static_cast<size_t>(y) * desc.Width + x] =
+          frame[static_cast<size_t>(y) * desc.Width + x] =
               reinterpret_cast<const uint32_t*>(static_cast<const char*>(locked.pBits) + y * locked.Pitch)[x];
       copy->UnlockRect();
     }
-    if (copy) copy->Release();
-    return pixels;
+    return frame;
+  }
+  // A pixel of the last frame read, without alpha.
+  uint32_t rgbAt(unsigned int x, unsigned int y) const {
+    return frame.at(static_cast<size_t>(y) * frameWidth + x) & 0xFFFFFFu;
   }
 
+  std::vector<uint32_t> frame;
+  unsigned int frameWidth = 0, frameHeight = 0;
   HWND window = nullptr;
   ts3d::Context* context = nullptr;
   ProxyDevice* proxy = nullptr;

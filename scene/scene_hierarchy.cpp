@@ -20,6 +20,13 @@ namespace ts3d {
 
 namespace {
 
+// The scene's lists keep the null members a file may hold; every walk passes them by.
+template <class T, class Action>
+void forEach(const std::vector<T*>& list, Action action) {
+  for (T* member : list)
+    if (member) action(*member);
+}
+
 // A list owns its members. Null entries (a null word, an unknown chunk, an object of another
 // class) are kept: they keep the places of the others.
 template <class T>
@@ -104,22 +111,14 @@ void SceneHierarchy::update(float time) {
     computeWorld(root, identity);
   }
   onHierarchyUpdated();
-  for (Texture* texture : textures)
-    if (texture) texture->update(time);
-  for (Material* material : materials)
-    if (material) material->update(time);
-  for (Mesh* mesh : meshes)
-    if (mesh) mesh->update(time);
-  for (Camera* camera : cameras)
-    if (camera) camera->update(time);
-  for (Light* light : lights)
-    if (light) light->update(time);
-  for (Atmospheric* atmosphere : atmospheres)
-    if (atmosphere) atmosphere->update(time);
-  for (Atmospheric* overlay : overlays)
-    if (overlay) overlay->update(time);
-  for (SceneRenderer* renderer : renderers)
-    if (renderer) renderer->update(time);
+  forEach(textures, [time](Texture& texture) { texture.update(time); });
+  forEach(materials, [time](Material& material) { material.update(time); });
+  forEach(meshes, [time](Mesh& mesh) { mesh.update(time); });
+  forEach(cameras, [time](Camera& camera) { camera.update(time); });
+  forEach(lights, [time](Light& light) { light.update(time); });
+  forEach(atmospheres, [time](Atmospheric& atmosphere) { atmosphere.update(time); });
+  forEach(overlays, [time](Atmospheric& overlay) { overlay.update(time); });
+  forEach(renderers, [time](SceneRenderer& renderer) { renderer.update(time); });
 }
 
 void SceneHierarchy::computeWorld(HierarchyNode* node, const matrix& parentWorld) {
@@ -135,22 +134,16 @@ void SceneHierarchy::computeWorld(HierarchyNode* node, const matrix& parentWorld
 }
 
 void SceneHierarchy::createResources() {
-  for (Texture* texture : textures)
-    if (texture) texture->createResources();
-  for (Material* material : materials)
-    if (material) material->createResources();
-  for (Mesh* mesh : meshes)
-    if (mesh) mesh->createResources();
-  for (SceneRenderer* renderer : renderers)
-    if (renderer) renderer->createResources();
+  forEach(textures, [](Texture& texture) { texture.createResources(); });
+  forEach(materials, [](Material& material) { material.createResources(); });
+  forEach(meshes, [](Mesh& mesh) { mesh.createResources(); });
+  forEach(renderers, [](SceneRenderer& renderer) { renderer.createResources(); });
   prepare();
 }
 
 void SceneHierarchy::prepare() {
-  for (Material* material : materials)
-    if (material) material->prepare();
-  for (Mesh* mesh : meshes)
-    if (mesh) mesh->prepare();
+  forEach(materials, [](Material& material) { material.prepare(); });
+  forEach(meshes, [](Mesh& mesh) { mesh.prepare(); });
 }
 
 void SceneHierarchy::clear(float time) {
@@ -194,16 +187,14 @@ void SceneHierarchy::renderContents() {
   Frustum frustum;
   activeCamera->frustum(frustum);
   renderContents(frustum);
-  for (Atmospheric* overlay : overlays)
-    if (overlay) overlay->enter(activeCamera);
+  forEach(overlays, [this](Atmospheric& overlay) { overlay.enter(activeCamera); });
 }
 
 void SceneHierarchy::renderContents(const Frustum& frustum) {
   Context* context = Context::instance;
   if (!context) return;
   context->clearLights();
-  for (Atmospheric* atmosphere : atmospheres)
-    if (atmosphere) atmosphere->enter(activeCamera);
+  forEach(atmospheres, [this](Atmospheric& atmosphere) { atmosphere.enter(activeCamera); });
   // Lights beyond what the device holds stay off.
   const size_t shining = std::min<size_t>(lights.size(), context->capabilities.maxLights);
   for (size_t i = 0; i < shining; ++i)

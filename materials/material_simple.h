@@ -21,8 +21,8 @@ namespace ts3d {
 // 2 on opacity (may be null); the render state body; one byte of order; uint32 stage count and
 // that many stage objects.
 //
-// Stages read from a file belong to the material and die with it. A stage given to setStage
-// stays its caller's: replacing an entry never deletes it.
+// The material owns no stage: several materials may share one. Stages read from a file are kept
+// by the file's root; a stage given to setStage stays its caller's.
 class MaterialSimple : public Material {
  public:
   static constexpr uint32_t kCode = tsio::fourCC("MTSM");

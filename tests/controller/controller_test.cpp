@@ -87,14 +87,6 @@ TEST(Linear, QuatsTakeTheShorterArcAndNearlyParallelKeysBlendPlainly) {
   EXPECT_TRUE(tstest::approx(parallel.value, quat(0, 0, 0.25e-4f, 1), 1e-9f));
 }
 
-TEST(Const, QuatScaleTakesThatShareOfTheRotationAlongTheShorterArc) {
-  for (const quat& start : {kQuarterZ, -kQuarterZ}) {
-    Const<quat> half(start);
-    half.scale(0.5f);
-    EXPECT_TRUE(tstest::approx(half.value, kEighthZ));
-  }
-}
-
 // Keys of any order and NaN times: the search gives keys in range, and on ordered keys the
 // last key not later than time and the one after it, as a plain scan finds them.
 TEST(FindKeys, AnyTrackGivesKeysInRangeAndOrderedTracksTheScansAnswer) {

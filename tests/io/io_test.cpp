@@ -86,19 +86,6 @@ TEST(ChunkedFile, AnObjectWrittenAgainIsAReferenceToItsId) {
   EXPECT_EQ(Bytes(stored.end() - 8, stored.end()), (Bytes{0x01, 0x00, 0x00, 0x80, 0, 0, 0, 0}));
 }
 
-TEST(ChunkedWriter, ObjectsBeyondTheLastIdAreStoredAsNullWithOneMessage) {
-  tstest::RecordingTracer tracer;
-  Node root("many");
-  for (int i = 0; i < tsio::OutStreamChunked::kMaxObjects; ++i) root.children.push_back(new Leaf(i));
-  std::unique_ptr<Node> back(dynamic_cast<Node*>(tstest::loadFromBytes(tstest::storeToBytes(&root, 0))));
-  EXPECT_EQ(tracer.texts('b'), (std::vector<std::string>{"TSIO : A file holds at most 65536 objects: the others "
-                                                         "are stored as null"}));
-  ASSERT_NE(back, nullptr);
-  ASSERT_EQ(back->children.size(), 65536u);
-  EXPECT_NE(back->children[65534], nullptr);
-  EXPECT_EQ(back->children[65535], nullptr);
-}
-
 TEST(InStream, ReadCountAcceptsACountThatFillsTheRestExactlyAndRefusesMore) {
   const Bytes data = {3, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
   for (uint32_t itemBytes : {4u, 5u}) {

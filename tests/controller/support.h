@@ -11,12 +11,11 @@
 #include "io/serializable.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
+#include "tests/support/file_builder.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/test_chunks.h"
 
 namespace tstest {
-
-using Bytes = std::vector<uint8_t>;
 
 // Bit patterns of the floats that the hand-written layouts use.
 constexpr uint32_t kZero = 0x00000000;
@@ -26,27 +25,6 @@ constexpr uint32_t kMinusOne = 0xBF800000;
 constexpr uint32_t kTwo = 0x40000000;
 constexpr uint32_t kThree = 0x40400000;
 constexpr uint32_t kTen = 0x41200000;
-
-// A persistence file written word by word, little-endian, starting with the magic "NONE".
-class FileBuilder {
- public:
-  FileBuilder() { code("NONE"); }
-  FileBuilder& u8(uint8_t value) {
-    bytes.push_back(value);
-    return *this;
-  }
-  FileBuilder& u16(uint16_t value) { return u8(value & 0xFF).u8(static_cast<uint8_t>(value >> 8)); }
-  FileBuilder& u32(uint32_t value) { return u16(value & 0xFFFF).u16(static_cast<uint16_t>(value >> 16)); }
-  FileBuilder& code(const char (&letters)[5]) {
-    for (int i = 0; i < 4; ++i) u8(static_cast<uint8_t>(letters[i]));
-    return *this;
-  }
-  FileBuilder& header(const char (&letters)[5], uint16_t id, uint32_t size) {
-    return code(letters).u16(1).u16(id).u32(size);
-  }
-
-  Bytes bytes;
-};
 
 // A constant that counts its instances, so that tests see who deletes it.
 template <class T>
@@ -70,11 +48,6 @@ std::pair<int, int> around(ts3d::controller::Linear<T>& linear, float time) {
   };
   return {indexOf(before), indexOf(after)};
 }
-
-// The controller classes are registered for every test.
-class ControllerTest : public testing::Test {
- protected:
-};
 
 // The root read from a file, as a T; null (with a test failure) when the file is refused or the
 // root is of another class. Message boxes are recorded in boxes.

@@ -1,7 +1,6 @@
 #include "tests/support/proxy_device.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <iterator>
 #include <sstream>
 
@@ -9,51 +8,24 @@ namespace tstest {
 
 namespace {
 
-struct KindInfo {
+#define TSTEST_KIND_INFO(name, argCount) {#name, argCount},
+const struct {
   const char* name;
   int argCount;
-};
+} kindInfo[] = {TSTEST_DEVICE_CALL_KINDS(TSTEST_KIND_INFO)};
+#undef TSTEST_KIND_INFO
 
-// Indexed by DeviceCallKind.
-const KindInfo kindInfo[] = {
-    {"SetRenderState", 2},
-    {"SetTextureStageState", 3},
-    {"SetSamplerState", 3},
-    {"SetTexture", 1},
-    {"SetTransform", 1},
-    {"SetFVF", 1},
-    {"SetVertexShader", 0},
-    {"SetPixelShader", 0},
-    {"SetStreamSource", 3},
-    {"SetIndices", 0},
-    {"SetSoftwareVertexProcessing", 1},
-    {"SetRenderTarget", 1},
-    {"SetDepthStencilSurface", 0},
-    {"Clear", 4},
-    {"SetViewport", 4},
-    {"CreateVertexBuffer", 4},
-    {"CreateIndexBuffer", 4},
-    {"LockVertexBuffer", 3},
-    {"UnlockVertexBuffer", 0},
-    {"LockIndexBuffer", 3},
-    {"UnlockIndexBuffer", 0},
-    {"DrawPrimitive", 3},
-    {"DrawIndexedPrimitive", 6},
-    {"DrawPrimitiveUP", 3},
-    {"DrawIndexedPrimitiveUP", 6},
-};
-static_assert(sizeof kindInfo / sizeof kindInfo[0] == static_cast<size_t>(DeviceCallKind::DrawIndexedPrimitiveUP) + 1,
-              "one entry per kind");
+}  // namespace
 
-DeviceCall makeCall(DeviceCallKind kind, std::initializer_list<int64_t> args, const void* object = nullptr) {
+DeviceCall makeCall(DeviceCallKind kind, std::initializer_list<int64_t> args, const void* object,
+                    std::initializer_list<float> values) {
   DeviceCall call;
   call.kind = kind;
   std::copy(args.begin(), args.end(), call.args.begin());
+  std::copy(values.begin(), values.end(), call.values.begin());
   call.object = object;
   return call;
 }
-
-}  // namespace
 
 DeviceCall renderStateCall(D3DRENDERSTATETYPE state, DWORD value) {
   return makeCall(DeviceCallKind::SetRenderState, {state, value});
@@ -82,7 +54,7 @@ DeviceCall textureCall(DWORD stage, const IDirect3DBaseTexture9* texture) {
 }
 
 std::string describe(const DeviceCall& call) {
-  const KindInfo& info = kindInfo[static_cast<size_t>(call.kind)];
+  const auto& info = kindInfo[static_cast<size_t>(call.kind)];
   std::ostringstream text;
   text << info.name << '(';
   for (int i = 0; i < info.argCount; ++i) text << (i ? ", " : "") << call.args[static_cast<size_t>(i)];
@@ -99,7 +71,8 @@ std::string describe(const DeviceCall& call) {
 std::ostream& operator<<(std::ostream& out, const DeviceCall& call) { return out << describe(call); }
 
 // A vertex or index buffer handed out by the proxy: forwards to the real buffer and records
-// locks and unlocks on the proxy's log. Like the proxy, it ends in its own Release.
+// locks and unlocks on the proxy's log. It holds a reference on the proxy, as a real buffer
+// does on its device, and ends in its own Release.
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -116,13 +89,10 @@ class ProxyBuffer final : public Interface {
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override {
     if (!object) return E_POINTER;
-    if (riid == __uuidof(IUnknown) || riid == __uuidof(IDirect3DResource9) || riid == __uuidof(Interface)) {
-      *object = static_cast<Interface*>(this);
-      AddRef();
-      return S_OK;
-    }
-    *object = nullptr;
-    return E_NOINTERFACE;
+    const bool known = riid == __uuidof(IUnknown) || riid == __uuidof(IDirect3DResource9) || riid == __uuidof(Interface);
+    *object = known ? static_cast<Interface*>(this) : nullptr;
+    if (known) AddRef();
+    return known ? S_OK : E_NOINTERFACE;
   }
   ULONG STDMETHODCALLTYPE AddRef() override { return ++referenceCount; }
   ULONG STDMETHODCALLTYPE Release() override {
@@ -136,7 +106,6 @@ class ProxyBuffer final : public Interface {
     }
     return left;
   }
-
   HRESULT STDMETHODCALLTYPE GetDevice(IDirect3DDevice9** device) override {
     if (!device) return D3DERR_INVALIDCALL;
     owner.AddRef();
@@ -154,7 +123,6 @@ class ProxyBuffer final : public Interface {
   DWORD STDMETHODCALLTYPE GetPriority() override { return real->GetPriority(); }
   void STDMETHODCALLTYPE PreLoad() override { real->PreLoad(); }
   D3DRESOURCETYPE STDMETHODCALLTYPE GetType() override { return real->GetType(); }
-
   HRESULT STDMETHODCALLTYPE Lock(UINT offset, UINT size, void** data, DWORD flags) override {
     owner.record(makeCall(LockKind, {offset, size, flags}, static_cast<Interface*>(this)));
     return real->Lock(offset, size, data, flags);
@@ -194,10 +162,7 @@ std::vector<DeviceCall> ProxyDevice::callsOf(DeviceCallKind kind) const {
   return matching;
 }
 
-size_t ProxyDevice::count(DeviceCallKind kind) const {
-  return static_cast<size_t>(
-      std::count_if(log.begin(), log.end(), [kind](const DeviceCall& call) { return call.kind == kind; }));
-}
+size_t ProxyDevice::count(DeviceCallKind kind) const { return callsOf(kind).size(); }
 
 void ProxyDevice::clearLog() {
   log.clear();
@@ -214,23 +179,24 @@ void* ProxyDevice::unwrap(void* object) const {
   return found == realOf.end() ? object : found->second;
 }
 
-void* ProxyDevice::wrapperOf(void* realBuffer) const {
-  for (const auto& entry : realOf)
-    if (entry.second == realBuffer) return entry.first;
-  return nullptr;
+template <class Interface>
+void ProxyDevice::rewrap(Interface** buffer) {
+  if (!buffer || !*buffer) return;
+  for (const auto& [wrapper, real] : realOf) {
+    if (real != *buffer) continue;
+    static_cast<Interface*>(wrapper)->AddRef();
+    (*buffer)->Release();
+    *buffer = static_cast<Interface*>(wrapper);
+    return;
+  }
 }
-
-// IUnknown
 
 HRESULT STDMETHODCALLTYPE ProxyDevice::QueryInterface(REFIID riid, void** object) {
   if (!object) return E_POINTER;
-  if (riid == __uuidof(IUnknown) || riid == __uuidof(IDirect3DDevice9)) {
-    *object = static_cast<IDirect3DDevice9*>(this);
-    AddRef();
-    return S_OK;
-  }
-  *object = nullptr;
-  return E_NOINTERFACE;
+  const bool known = riid == __uuidof(IUnknown) || riid == __uuidof(IDirect3DDevice9);
+  *object = known ? static_cast<IDirect3DDevice9*>(this) : nullptr;
+  if (known) AddRef();
+  return known ? S_OK : E_NOINTERFACE;
 }
 
 ULONG STDMETHODCALLTYPE ProxyDevice::AddRef() { return ++referenceCount; }
@@ -240,8 +206,6 @@ ULONG STDMETHODCALLTYPE ProxyDevice::Release() {
   if (left == 0) delete this;
   return left;
 }
-
-// Recorded calls
 
 HRESULT STDMETHODCALLTYPE ProxyDevice::CreateVertexBuffer(UINT length, DWORD usage, DWORD fvf, D3DPOOL pool,
                                                           IDirect3DVertexBuffer9** buffer, HANDLE* shared) {
@@ -261,142 +225,16 @@ HRESULT STDMETHODCALLTYPE ProxyDevice::CreateIndexBuffer(UINT length, DWORD usag
   return result;
 }
 
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetRenderTarget(DWORD index, IDirect3DSurface9* target) {
-  record(makeCall(DeviceCallKind::SetRenderTarget, {index}, target));
-  return touch()->SetRenderTarget(index, target);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetDepthStencilSurface(IDirect3DSurface9* surface) {
-  record(makeCall(DeviceCallKind::SetDepthStencilSurface, {}, surface));
-  return touch()->SetDepthStencilSurface(surface);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::Clear(DWORD rectCount, const D3DRECT* rects, DWORD flags, D3DCOLOR color,
-                                             float z, DWORD stencil) {
-  DeviceCall call = makeCall(DeviceCallKind::Clear, {rectCount, flags, color, stencil}, rects);
-  call.values[0] = z;
-  record(call);
-  return touch()->Clear(rectCount, rects, flags, color, z, stencil);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetTransform(D3DTRANSFORMSTATETYPE state, const D3DMATRIX* matrix) {
-  if (matrix)
-    record(transformCall(state, *matrix));
-  else
-    record(makeCall(DeviceCallKind::SetTransform, {state}));
-  return touch()->SetTransform(state, matrix);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetViewport(const D3DVIEWPORT9* viewport) {
-  DeviceCall call = makeCall(DeviceCallKind::SetViewport, {});
-  if (viewport) {
-    call = makeCall(DeviceCallKind::SetViewport, {viewport->X, viewport->Y, viewport->Width, viewport->Height});
-    call.values[0] = viewport->MinZ;
-    call.values[1] = viewport->MaxZ;
-  }
-  record(call);
-  return touch()->SetViewport(viewport);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetRenderState(D3DRENDERSTATETYPE state, DWORD value) {
-  record(renderStateCall(state, value));
-  return touch()->SetRenderState(state, value);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetTexture(DWORD stage, IDirect3DBaseTexture9* texture) {
-  record(textureCall(stage, texture));
-  return touch()->SetTexture(stage, texture);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetTextureStageState(DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD value) {
-  record(stageStateCall(stage, type, value));
-  return touch()->SetTextureStageState(stage, type, value);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetSamplerState(DWORD sampler, D3DSAMPLERSTATETYPE type, DWORD value) {
-  record(samplerStateCall(sampler, type, value));
-  return touch()->SetSamplerState(sampler, type, value);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetSoftwareVertexProcessing(BOOL software) {
-  record(makeCall(DeviceCallKind::SetSoftwareVertexProcessing, {software}));
-  return touch()->SetSoftwareVertexProcessing(software);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::DrawPrimitive(D3DPRIMITIVETYPE type, UINT start, UINT count) {
-  record(makeCall(DeviceCallKind::DrawPrimitive, {type, start, count}));
-  return touch()->DrawPrimitive(type, start, count);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::DrawIndexedPrimitive(D3DPRIMITIVETYPE type, INT baseVertex, UINT minIndex,
-                                                            UINT vertexCount, UINT startIndex, UINT count) {
-  record(makeCall(DeviceCallKind::DrawIndexedPrimitive, {type, baseVertex, minIndex, vertexCount, startIndex, count}));
-  return touch()->DrawIndexedPrimitive(type, baseVertex, minIndex, vertexCount, startIndex, count);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::DrawPrimitiveUP(D3DPRIMITIVETYPE type, UINT count, const void* data,
-                                                       UINT stride) {
-  record(makeCall(DeviceCallKind::DrawPrimitiveUP, {type, count, stride}));
-  return touch()->DrawPrimitiveUP(type, count, data, stride);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::DrawIndexedPrimitiveUP(D3DPRIMITIVETYPE type, UINT minIndex, UINT vertexCount,
-                                                              UINT count, const void* indices, D3DFORMAT indexFormat,
-                                                              const void* data, UINT stride) {
-  record(makeCall(DeviceCallKind::DrawIndexedPrimitiveUP, {type, minIndex, vertexCount, count, indexFormat, stride}));
-  return touch()->DrawIndexedPrimitiveUP(type, minIndex, vertexCount, count, indices, indexFormat, data, stride);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetFVF(DWORD fvf) {
-  record(makeCall(DeviceCallKind::SetFVF, {fvf}));
-  return touch()->SetFVF(fvf);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetVertexShader(IDirect3DVertexShader9* shader) {
-  record(makeCall(DeviceCallKind::SetVertexShader, {}, shader));
-  return touch()->SetVertexShader(shader);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetStreamSource(UINT stream, IDirect3DVertexBuffer9* buffer, UINT offset,
-                                                       UINT stride) {
-  record(makeCall(DeviceCallKind::SetStreamSource, {stream, offset, stride}, buffer));
-  return touch()->SetStreamSource(stream, static_cast<IDirect3DVertexBuffer9*>(unwrap(buffer)), offset, stride);
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetIndices(IDirect3DIndexBuffer9* buffer) {
-  record(makeCall(DeviceCallKind::SetIndices, {}, buffer));
-  return touch()->SetIndices(static_cast<IDirect3DIndexBuffer9*>(unwrap(buffer)));
-}
-
-HRESULT STDMETHODCALLTYPE ProxyDevice::SetPixelShader(IDirect3DPixelShader9* shader) {
-  record(makeCall(DeviceCallKind::SetPixelShader, {}, shader));
-  return touch()->SetPixelShader(shader);
-}
-
-// Calls that name buffers: the real device sees real buffers, callers see our wrappers.
-
 HRESULT STDMETHODCALLTYPE ProxyDevice::GetStreamSource(UINT stream, IDirect3DVertexBuffer9** buffer, UINT* offset,
                                                        UINT* stride) {
   const HRESULT result = touch()->GetStreamSource(stream, buffer, offset, stride);
-  if (SUCCEEDED(result) && buffer && *buffer) {
-    if (auto* wrapper = static_cast<IDirect3DVertexBuffer9*>(wrapperOf(*buffer))) {
-      wrapper->AddRef();
-      (*buffer)->Release();
-      *buffer = wrapper;
-    }
-  }
+  if (SUCCEEDED(result)) rewrap(buffer);
   return result;
 }
 
 HRESULT STDMETHODCALLTYPE ProxyDevice::GetIndices(IDirect3DIndexBuffer9** buffer) {
   const HRESULT result = touch()->GetIndices(buffer);
-  if (SUCCEEDED(result) && buffer && *buffer) {
-    if (auto* wrapper = static_cast<IDirect3DIndexBuffer9*>(wrapperOf(*buffer))) {
-      wrapper->AddRef();
-      (*buffer)->Release();
-      *buffer = wrapper;
-    }
-  }
+  if (SUCCEEDED(result)) rewrap(buffer);
   return result;
 }
 
@@ -407,7 +245,13 @@ HRESULT STDMETHODCALLTYPE ProxyDevice::ProcessVertices(UINT sourceStart, UINT de
                                   static_cast<IDirect3DVertexBuffer9*>(unwrap(dest)), declaration, flags);
 }
 
-// Plain forwarding
+#define TSTEST_RECORD(name, parameters, recorded, arguments) \
+  HRESULT STDMETHODCALLTYPE ProxyDevice::name parameters {   \
+    record recorded;                                         \
+    return touch()->name arguments;                          \
+  }
+TSTEST_RECORDED_DEVICE_METHODS(TSTEST_RECORD)
+#undef TSTEST_RECORD
 
 #define TSTEST_FORWARD(type, name, parameters, arguments) \
   type STDMETHODCALLTYPE ProxyDevice::name parameters { return touch()->name arguments; }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <ostream>
 #include <string>
@@ -13,33 +14,26 @@
 
 namespace tstest {
 
-enum class DeviceCallKind {
-  SetRenderState,               // args: state, value
-  SetTextureStageState,         // args: stage, type, value
-  SetSamplerState,              // args: sampler, type, value
-  SetTexture,                   // args: stage; object: texture
-  SetTransform,                 // args: state; values: the matrix, row by row
-  SetFVF,                       // args: fvf
-  SetVertexShader,              // object: shader
-  SetPixelShader,               // object: shader
-  SetStreamSource,              // args: stream, offset, stride; object: buffer as passed in
-  SetIndices,                   // object: buffer as passed in
-  SetSoftwareVertexProcessing,  // args: software
-  SetRenderTarget,              // args: index; object: surface
-  SetDepthStencilSurface,       // object: surface
-  Clear,                        // args: rect count, flags, colour, stencil; values: z; object: rects
-  SetViewport,                  // args: x, y, width, height; values: min z, max z
-  CreateVertexBuffer,           // args: length, usage, fvf, pool; object: the buffer handed out
-  CreateIndexBuffer,            // args: length, usage, format, pool; object: the buffer handed out
-  LockVertexBuffer,             // args: offset, size, flags; object: buffer
-  UnlockVertexBuffer,           // object: buffer
-  LockIndexBuffer,              // args: offset, size, flags; object: buffer
-  UnlockIndexBuffer,            // object: buffer
-  DrawPrimitive,                // args: type, start vertex, primitive count
-  DrawIndexedPrimitive,         // args: type, base vertex, min index, vertex count, start index, primitive count
-  DrawPrimitiveUP,              // args: type, primitive count, stride
-  DrawIndexedPrimitiveUP,       // args: type, min index, vertex count, primitive count, index format, stride
-};
+// The calls the proxy records, with the number of args each fills, in parameter order:
+// SetRenderState: state, value. SetTextureStageState, SetSamplerState: stage, type, value.
+// SetTexture: stage; object: texture. SetTransform: state; values: the matrix, row by row.
+// SetFVF: fvf. Set*Shader, SetIndices, SetDepthStencilSurface, Unlock*: object only.
+// SetStreamSource: stream, offset, stride; object: buffer as passed in. SetRenderTarget: index.
+// Clear: rect count, flags, colour, stencil; values: z; object: rects. SetViewport: x, y, width,
+// height; values: min z, max z. Create*Buffer: length, usage, fvf or format, pool; object: the
+// buffer handed out. Lock*Buffer: offset, size, flags; object: buffer. Draw calls: their numbers
+// without pointers.
+#define TSTEST_DEVICE_CALL_KINDS(X)                                                                      \
+  X(SetRenderState, 2) X(SetTextureStageState, 3) X(SetSamplerState, 3) X(SetTexture, 1) X(SetTransform, 1) \
+  X(SetFVF, 1) X(SetVertexShader, 0) X(SetPixelShader, 0) X(SetStreamSource, 3) X(SetIndices, 0)          \
+  X(SetSoftwareVertexProcessing, 1) X(SetRenderTarget, 1) X(SetDepthStencilSurface, 0) X(Clear, 4)        \
+  X(SetViewport, 4) X(CreateVertexBuffer, 4) X(CreateIndexBuffer, 4) X(LockVertexBuffer, 3)               \
+  X(UnlockVertexBuffer, 0) X(LockIndexBuffer, 3) X(UnlockIndexBuffer, 0) X(DrawPrimitive, 3)              \
+  X(DrawIndexedPrimitive, 6) X(DrawPrimitiveUP, 3) X(DrawIndexedPrimitiveUP, 6)
+
+#define TSTEST_KIND(name, argCount) name,
+enum class DeviceCallKind { TSTEST_DEVICE_CALL_KINDS(TSTEST_KIND) };
+#undef TSTEST_KIND
 
 // One recorded call: its numbers in parameter order (see each kind), its floats, and the
 // object or pointer it names.
@@ -55,6 +49,9 @@ struct DeviceCall {
   bool operator!=(const DeviceCall& other) const { return !(*this == other); }
 };
 
+// A call of kind with the given args, object and values.
+DeviceCall makeCall(DeviceCallKind kind, std::initializer_list<int64_t> args, const void* object = nullptr,
+                    std::initializer_list<float> values = {});
 // The calls that tests expect most, built the way the proxy records them.
 DeviceCall renderStateCall(D3DRENDERSTATETYPE state, DWORD value);
 DeviceCall stageStateCall(DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD value);
@@ -66,6 +63,49 @@ DeviceCall textureCall(DWORD stage, const IDirect3DBaseTexture9* texture);
 // Readable in test failures, e.g. "SetRenderState(D3DRS 7, 1)".
 std::string describe(const DeviceCall& call);
 std::ostream& operator<<(std::ostream& out, const DeviceCall& call);
+
+// The calls recorded before they are passed on, as M(name, (parameters), (the call recorded),
+// (arguments of the real device)): the real device sees real buffers, callers our wrappers.
+#define TSTEST_RECORDED_DEVICE_METHODS(M) \
+  M(SetRenderState, (D3DRENDERSTATETYPE state, DWORD value), (renderStateCall(state, value)), (state, value)) \
+  M(SetTextureStageState, (DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD value), \
+    (stageStateCall(stage, type, value)), (stage, type, value)) \
+  M(SetSamplerState, (DWORD sampler, D3DSAMPLERSTATETYPE type, DWORD value), (samplerStateCall(sampler, type, value)), \
+    (sampler, type, value)) \
+  M(SetTexture, (DWORD stage, IDirect3DBaseTexture9* texture), (textureCall(stage, texture)), (stage, texture)) \
+  M(SetTransform, (D3DTRANSFORMSTATETYPE state, const D3DMATRIX* matrix), \
+    (matrix ? transformCall(state, *matrix) : makeCall(DeviceCallKind::SetTransform, {state})), (state, matrix)) \
+  M(SetFVF, (DWORD fvf), (makeCall(DeviceCallKind::SetFVF, {fvf})), (fvf)) \
+  M(SetVertexShader, (IDirect3DVertexShader9* shader), (makeCall(DeviceCallKind::SetVertexShader, {}, shader)), \
+    (shader)) \
+  M(SetPixelShader, (IDirect3DPixelShader9* shader), (makeCall(DeviceCallKind::SetPixelShader, {}, shader)), (shader)) \
+  M(SetStreamSource, (UINT stream, IDirect3DVertexBuffer9* buffer, UINT offset, UINT stride), \
+    (makeCall(DeviceCallKind::SetStreamSource, {stream, offset, stride}, buffer)), \
+    (stream, static_cast<IDirect3DVertexBuffer9*>(unwrap(buffer)), offset, stride)) \
+  M(SetIndices, (IDirect3DIndexBuffer9* buffer), (makeCall(DeviceCallKind::SetIndices, {}, buffer)), \
+    (static_cast<IDirect3DIndexBuffer9*>(unwrap(buffer)))) \
+  M(SetSoftwareVertexProcessing, (BOOL software), (softwareVertexProcessingCall(software)), (software)) \
+  M(SetRenderTarget, (DWORD index, IDirect3DSurface9* target), \
+    (makeCall(DeviceCallKind::SetRenderTarget, {index}, target)), (index, target)) \
+  M(SetDepthStencilSurface, (IDirect3DSurface9* surface), \
+    (makeCall(DeviceCallKind::SetDepthStencilSurface, {}, surface)), (surface)) \
+  M(Clear, (DWORD rectCount, const D3DRECT* rects, DWORD flags, D3DCOLOR color, float z, DWORD stencil), \
+    (makeCall(DeviceCallKind::Clear, {rectCount, flags, color, stencil}, rects, {z})), \
+    (rectCount, rects, flags, color, z, stencil)) \
+  M(SetViewport, (const D3DVIEWPORT9* v), \
+    (v ? makeCall(DeviceCallKind::SetViewport, {v->X, v->Y, v->Width, v->Height}, nullptr, {v->MinZ, v->MaxZ}) \
+       : makeCall(DeviceCallKind::SetViewport, {})), (v)) \
+  M(DrawPrimitive, (D3DPRIMITIVETYPE type, UINT start, UINT count), \
+    (makeCall(DeviceCallKind::DrawPrimitive, {type, start, count})), (type, start, count)) \
+  M(DrawIndexedPrimitive, (D3DPRIMITIVETYPE type, INT base, UINT minIndex, UINT vertices, UINT start, UINT count), \
+    (makeCall(DeviceCallKind::DrawIndexedPrimitive, {type, base, minIndex, vertices, start, count})), \
+    (type, base, minIndex, vertices, start, count)) \
+  M(DrawPrimitiveUP, (D3DPRIMITIVETYPE type, UINT count, const void* data, UINT stride), \
+    (makeCall(DeviceCallKind::DrawPrimitiveUP, {type, count, stride})), (type, count, data, stride)) \
+  M(DrawIndexedPrimitiveUP, (D3DPRIMITIVETYPE type, UINT minIndex, UINT vertices, UINT count, const void* indices, \
+    D3DFORMAT format, const void* data, UINT stride), \
+    (makeCall(DeviceCallKind::DrawIndexedPrimitiveUP, {type, minIndex, vertices, count, format, stride})), \
+    (type, minIndex, vertices, count, indices, format, data, stride))
 
 // The six constant calls of one shader stage, Vertex or Pixel, in the form below.
 #define TSTEST_SHADER_CONSTANT_METHODS(X, Stage) \
@@ -219,42 +259,21 @@ class ProxyDevice final : public IDirect3DDevice9 {
   ULONG STDMETHODCALLTYPE AddRef() override;
   ULONG STDMETHODCALLTYPE Release() override;
 
-  // IDirect3DDevice9: the calls recorded or whose buffers are swapped, then the plain forwarders.
+  // IDirect3DDevice9: the calls whose buffers are swapped, the recorded ones, then the plain forwarders.
   HRESULT STDMETHODCALLTYPE CreateVertexBuffer(UINT length, DWORD usage, DWORD fvf, D3DPOOL pool,
                                                IDirect3DVertexBuffer9** buffer, HANDLE* shared) override;
   HRESULT STDMETHODCALLTYPE CreateIndexBuffer(UINT length, DWORD usage, D3DFORMAT format, D3DPOOL pool,
                                               IDirect3DIndexBuffer9** buffer, HANDLE* shared) override;
-  HRESULT STDMETHODCALLTYPE SetRenderTarget(DWORD index, IDirect3DSurface9* target) override;
-  HRESULT STDMETHODCALLTYPE SetDepthStencilSurface(IDirect3DSurface9* surface) override;
-  HRESULT STDMETHODCALLTYPE Clear(DWORD rectCount, const D3DRECT* rects, DWORD flags, D3DCOLOR color, float z,
-                                  DWORD stencil) override;
-  HRESULT STDMETHODCALLTYPE SetTransform(D3DTRANSFORMSTATETYPE state, const D3DMATRIX* matrix) override;
-  HRESULT STDMETHODCALLTYPE SetViewport(const D3DVIEWPORT9* viewport) override;
-  HRESULT STDMETHODCALLTYPE SetRenderState(D3DRENDERSTATETYPE state, DWORD value) override;
-  HRESULT STDMETHODCALLTYPE SetTexture(DWORD stage, IDirect3DBaseTexture9* texture) override;
-  HRESULT STDMETHODCALLTYPE SetTextureStageState(DWORD stage, D3DTEXTURESTAGESTATETYPE type, DWORD value) override;
-  HRESULT STDMETHODCALLTYPE SetSamplerState(DWORD sampler, D3DSAMPLERSTATETYPE type, DWORD value) override;
-  HRESULT STDMETHODCALLTYPE SetSoftwareVertexProcessing(BOOL software) override;
-  HRESULT STDMETHODCALLTYPE DrawPrimitive(D3DPRIMITIVETYPE type, UINT start, UINT count) override;
-  HRESULT STDMETHODCALLTYPE DrawIndexedPrimitive(D3DPRIMITIVETYPE type, INT baseVertex, UINT minIndex, UINT vertexCount,
-                                                 UINT startIndex, UINT count) override;
-  HRESULT STDMETHODCALLTYPE DrawPrimitiveUP(D3DPRIMITIVETYPE type, UINT count, const void* data, UINT stride) override;
-  HRESULT STDMETHODCALLTYPE DrawIndexedPrimitiveUP(D3DPRIMITIVETYPE type, UINT minIndex, UINT vertexCount, UINT count,
-                                                   const void* indices, D3DFORMAT indexFormat, const void* data,
-                                                   UINT stride) override;
+  HRESULT STDMETHODCALLTYPE GetStreamSource(UINT stream, IDirect3DVertexBuffer9** buffer, UINT* offset,
+                                            UINT* stride) override;
+  HRESULT STDMETHODCALLTYPE GetIndices(IDirect3DIndexBuffer9** buffer) override;
   HRESULT STDMETHODCALLTYPE ProcessVertices(UINT sourceStart, UINT destIndex, UINT vertexCount,
                                             IDirect3DVertexBuffer9* dest, IDirect3DVertexDeclaration9* declaration,
                                             DWORD flags) override;
-  HRESULT STDMETHODCALLTYPE SetFVF(DWORD fvf) override;
-  HRESULT STDMETHODCALLTYPE SetVertexShader(IDirect3DVertexShader9* shader) override;
-  HRESULT STDMETHODCALLTYPE SetStreamSource(UINT stream, IDirect3DVertexBuffer9* buffer, UINT offset,
-                                            UINT stride) override;
-  HRESULT STDMETHODCALLTYPE GetStreamSource(UINT stream, IDirect3DVertexBuffer9** buffer, UINT* offset,
-                                            UINT* stride) override;
-  HRESULT STDMETHODCALLTYPE SetIndices(IDirect3DIndexBuffer9* buffer) override;
-  HRESULT STDMETHODCALLTYPE GetIndices(IDirect3DIndexBuffer9** buffer) override;
-  HRESULT STDMETHODCALLTYPE SetPixelShader(IDirect3DPixelShader9* shader) override;
-
+#define TSTEST_DECLARE_RECORDED(name, parameters, recorded, arguments) \
+  HRESULT STDMETHODCALLTYPE name parameters override;
+  TSTEST_RECORDED_DEVICE_METHODS(TSTEST_DECLARE_RECORDED)
+#undef TSTEST_DECLARE_RECORDED
 #define TSTEST_DECLARE_FORWARDER(type, name, parameters, arguments) type STDMETHODCALLTYPE name parameters override;
   TSTEST_FORWARDED_DEVICE_METHODS(TSTEST_DECLARE_FORWARDER)
 #undef TSTEST_DECLARE_FORWARDER
@@ -271,8 +290,9 @@ class ProxyDevice final : public IDirect3DDevice9 {
   void record(const DeviceCall& call) { log.push_back(call); }
   // The real buffer behind a wrapper of ours; anything else passes unchanged.
   void* unwrap(void* object) const;
-  // The wrapper handed out for a real buffer, or null.
-  void* wrapperOf(void* realBuffer) const;
+  // The wrapper handed out for a real buffer that the device gave in *buffer, in its place.
+  template <class Interface>
+  void rewrap(Interface** buffer);
 
   IDirect3DDevice9* device;
   ULONG referenceCount = 1;

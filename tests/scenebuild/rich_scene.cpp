@@ -72,10 +72,10 @@ void buildRichScene(scenebuild::SceneBuilder& builder) {
   ts3d::MaterialSimple* cyan = builder.material(flat(color(0, 1, 1, 1), 1.0f));
   builder.mesh(builder.node(parent, vect3(1, 0, 0)), scenebuild::box(1, 1, 1), cyan, false);
 
-  // A node turning towards the sphere, carrying a small box.
+  // A node turning towards the textured quad, carrying a long box: it stands upright.
   ts3d::HierarchyNode* watcher = builder.node(root, vect3(-4, -3, 0));
-  builder.aim(watcher, root->children[2], constant(0.25f));
-  builder.mesh(watcher, scenebuild::box(0.5f, 0.5f, 1.5f), cyan, false);
+  builder.aim(watcher, root->children[3], constant(0.25f));
+  builder.mesh(watcher, scenebuild::box(0.5f, 0.5f, 2.5f), cyan, false);
 
   // A box cut in two groups of faces: composite geometry under one material.
   ts3d::MeshSimple* split = builder.mesh(builder.node(root, vect3(5, 3, -2)), scenebuild::box(1, 1, 1), cyan);

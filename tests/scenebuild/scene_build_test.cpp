@@ -91,6 +91,9 @@ TEST_F(SceneBuildTest, AWrittenSceneReadsBackTheSameAndDrawsWhatWasBuilt) {
   EXPECT_TRUE(tstest::pixelNear(seen(3.5f, -2), 0, 255, 255, 12)) << std::hex << seen(3.5f, -2);
   EXPECT_TRUE(tstest::pixelNear(seen(5, -2), 0, 0, 255, 12)) << std::hex << seen(5, -2);
   EXPECT_TRUE(tstest::pixelNear(seen(3, -2), 191, 128, 64, 8)) << std::hex << seen(3, -2);
+  // The watcher at (-4, -3) aims its long box up at the quad; unturned, the box would point at
+  // the camera and end well below this pixel.
+  EXPECT_TRUE(tstest::pixelNear(seen(-4.2f, -2.05f), 0, 255, 255, 12)) << std::hex << seen(-4.2f, -2.05f);
 
   // Half a time later the texture has slid a quarter along u, to the right: the pixel at
   // u = 0.6 now shows u = 0.35, red. The parent has carried the child box to x = 4.

@@ -1,5 +1,7 @@
 #include "tests/scenebuild/rich_scene.h"
 
+#include <cmath>
+
 #include "geometry/geometry_composite.h"
 #include "tests/gfxhelper/test_images.h"
 
@@ -38,7 +40,8 @@ MaterialSettings flat(const color& colour, float alpha) {
 void buildRichScene(scenebuild::SceneBuilder& builder) {
   ts3d::HierarchyNode* root = builder.root();
   builder.camera(builder.node(root, vect3(0, 0, 10)), 1.0f, 1.0f, 100.0f);
-  builder.light(builder.node(root, vect3(30, 0, 20)), color(1, 1, 1, 1), 1000.0f);
+  builder.light(builder.node(root, vect3(30, 0, 20)), color(1, 1, 1, 1), 1000.0f)->specularController->value =
+      RichScene::kHighlight;
 
   MaterialSettings white;
   white.ambient = color(0, 0, 0, 1);
@@ -50,30 +53,40 @@ void buildRichScene(scenebuild::SceneBuilder& builder) {
   builder.stage(textured, builder.texture(redGreenPng()), keyed<float>({{0.0f, 0.0f}, {1.0f, 0.5f}}));
   builder.mesh(builder.node(root, vect3(-5, 3, 0)), scenebuild::plane(3, 3, 1, 1), textured);
 
-  // The parent slides from x = 3 to x = 5 at the bottom; the child box stands 1 above it.
-  ts3d::HierarchyNode* parent = builder.node(root, keyed<vect3>({{0.0f, vect3(3, -3, 0)}, {1.0f, vect3(5, -3, 0)}}));
-  ts3d::MaterialSimple* blueMaterial = builder.material(flat(color(0, 0, 1, 1), 1.0f));
-  builder.mesh(builder.node(parent, vect3(0, 1, 0)), scenebuild::box(1, 1, 1), blueMaterial, false);
+  // Half-transparent red, then yellow, on one node in front of the child box below (at time 0).
+  // Listed before the box, they are drawn after it: blended meshes come last, far to near, and of
+  // two at the same distance the later one first.
+  ts3d::HierarchyNode* pane = builder.node(root, vect3(2.1f, -1.4f, 3));
+  for (const color& tint : {color(1, 0, 0, 1), color(1, 1, 0, 1)}) {
+    MaterialSettings glass = flat(tint, 0.5f);
+    glass.order = 3;
+    glass.alphaBlend = true;
+    builder.mesh(pane, scenebuild::plane(0.5f, 0.5f, 1, 1), builder.material(glass), false);
+  }
 
-  // A node turning towards the sphere, carrying a small box.
+  // The parent slides from x = 3 to x = 5 at the bottom, turned a quarter about +Z: the child
+  // box, 1 along the parent's +X, stands 1 above it.
+  const float half = std::sqrt(0.5f);
+  ts3d::HierarchyNode* parent = builder.node(root, keyed<vect3>({{0.0f, vect3(3, -3, 0)}, {1.0f, vect3(5, -3, 0)}}),
+                                             constant(ts3d::quat(0, 0, half, half)));
+  ts3d::MaterialSimple* cyan = builder.material(flat(color(0, 1, 1, 1), 1.0f));
+  builder.mesh(builder.node(parent, vect3(1, 0, 0)), scenebuild::box(1, 1, 1), cyan, false);
+
+  // A node turning towards the textured quad, carrying a long box: it stands upright.
   ts3d::HierarchyNode* watcher = builder.node(root, vect3(-4, -3, 0));
-  builder.aim(watcher, root->children[2], constant(0.25f));
-  builder.mesh(watcher, scenebuild::box(0.5f, 0.5f, 1.5f), blueMaterial, false);
-
-  // Half-transparent yellow over the sphere's lower right, drawn after the opaque meshes.
-  MaterialSettings glass = flat(color(1, 1, 0, 1), 0.5f);
-  glass.order = 3;
-  glass.alphaBlend = true;
-  builder.mesh(builder.node(root, vect3(1.5f, -1.5f, 3)), scenebuild::plane(1, 1, 1, 1), builder.material(glass),
-               false);
+  builder.aim(watcher, root->children[3], constant(0.25f));
+  builder.mesh(watcher, scenebuild::box(0.5f, 0.5f, 2.5f), cyan, false);
 
   // A box cut in two groups of faces: composite geometry under one material.
-  ts3d::MeshSimple* split = builder.mesh(builder.node(root, vect3(5, 3, -2)), scenebuild::box(1, 1, 1), blueMaterial);
+  ts3d::MeshSimple* split = builder.mesh(builder.node(root, vect3(5, 3, -2)), scenebuild::box(1, 1, 1), cyan);
   auto* whole = static_cast<ts3d::GeometrySimple*>(split->geometry());
   std::vector<uint32_t> groups;
   for (uint32_t face = 0; face < whole->faceCount(); ++face) groups.push_back(face % 2);
   split->setGeometry(whole->split(groups, 2));
   delete whole;
+
+  // Beyond the far plane: never queued.
+  builder.mesh(builder.node(root, vect3(0, 0, -150)), scenebuild::box(1, 1, 1), cyan, false);
 }
 
 }  // namespace tstest

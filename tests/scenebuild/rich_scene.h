@@ -11,6 +11,7 @@ namespace tstest {
 // (0, 0, 10) looking along -Z with a vertical field of 1 radian, so at depth 10 one unit is
 // about 44 pixels of a 640 x 480 target, and (0, 0, 0) falls on pixel (320, 240).
 struct RichScene {
+  static inline const ts3d::color kHighlight{0.5f, 0.5f, 0.5f, 1.0f};  // the light's specular colour
   static constexpr float kPixelsPerUnit = 240.0f / 5.4630249f;  // 240 / (10 tan 0.5)
   static int column(float x) { return static_cast<int>(320.0f + x * kPixelsPerUnit + 0.5f); }
   static int row(float y) { return static_cast<int>(240.0f - y * kPixelsPerUnit + 0.5f); }
@@ -18,9 +19,9 @@ struct RichScene {
 
 // One scene with every kind of object this engine draws so far: a white sphere lit by one
 // omni light from +x and in front; an unlit quad textured red on its left half and green on its right,
-// whose texture slides along u over time; a child box following its animated parent; a
-// look-at node; a half-transparent quad drawn after the opaque ones; a mesh of composite
-// geometry. Times 0 to 1.
+// whose texture slides along u over time; a cyan child box following its animated, turned parent;
+// a look-at node; two half-transparent quads drawn over the child box after the opaque meshes; a
+// mesh of composite geometry; a box beyond the far plane. Times 0 to 1.
 void buildRichScene(scenebuild::SceneBuilder& builder);
 
 // A 4 x 2 PNG: two red columns, then two green ones.

@@ -52,10 +52,6 @@ std::string checkOf(const std::string& box) {
 
 class SceneRobustnessTest : public tstest::ContextTest {
  protected:
-  void SetUp() override {
-    tstest::ContextTest::SetUp();
-  }
-
   // Null, or a scene that was made ready and drawn at two times. True when drawn.
   bool readAndDraw(const uint8_t* data, size_t size) {
     std::unique_ptr<tsio::Serializable> read(tstest::loadFromBytes(data, size));

@@ -1,80 +1,60 @@
 #include "tests/device/test_device.h"
 
+#include <algorithm>
+
 #include "platform/png_write.h"
 
 namespace tstest {
 
 HWND createHiddenWindow(unsigned int width, unsigned int height) {
   static const char* const kClass = "tsTestWindow";
-  static bool registered = false;
   HINSTANCE instance = GetModuleHandleA(nullptr);
-  if (!registered) {
-    WNDCLASSA windowClass = {};
-    windowClass.lpfnWndProc = DefWindowProcA;
-    windowClass.hInstance = instance;
-    windowClass.lpszClassName = kClass;
-    RegisterClassA(&windowClass);
-    registered = true;
-  }
+  WNDCLASSA windowClass = {};
+  windowClass.lpfnWndProc = DefWindowProcA;
+  windowClass.hInstance = instance;
+  windowClass.lpszClassName = kClass;
+  RegisterClassA(&windowClass);  // refused, harmlessly, from the second window on
   RECT rect = {0, 0, static_cast<LONG>(width), static_cast<LONG>(height)};
   AdjustWindowRect(&rect, WS_OVERLAPPEDWINDOW, FALSE);
   return CreateWindowA(kClass, "test", WS_OVERLAPPEDWINDOW, 0, 0, rect.right - rect.left, rect.bottom - rect.top,
                        nullptr, nullptr, instance, nullptr);
 }
 
-TestDevice::TestDevice(unsigned int width_, unsigned int height_) : width(width_), height(height_) {
-  hwnd = createHiddenWindow(width, height);
-  d3d = Direct3DCreate9(D3D_SDK_VERSION);
+TestDevice::TestDevice(unsigned int width_, unsigned int height_)
+    : width(width_), height(height_), hwnd(createHiddenWindow(width, height)), d3d(Direct3DCreate9(D3D_SDK_VERSION)) {
   if (!hwnd || !d3d) return;
-  D3DPRESENT_PARAMETERS params = {};
-  params.BackBufferWidth = width;
-  params.BackBufferHeight = height;
-  params.BackBufferFormat = D3DFMT_X8R8G8B8;
-  params.BackBufferCount = 1;
-  params.SwapEffect = D3DSWAPEFFECT_DISCARD;
-  params.hDeviceWindow = hwnd;
-  params.Windowed = TRUE;
-  params.EnableAutoDepthStencil = TRUE;
-  params.AutoDepthStencilFormat = D3DFMT_D24S8;
-  params.PresentationInterval = D3DPRESENT_INTERVAL_IMMEDIATE;
+  // In the structure's order: one back buffer, no multisampling, windowed, a depth-stencil buffer.
+  D3DPRESENT_PARAMETERS params = {width, height, D3DFMT_X8R8G8B8, 1, D3DMULTISAMPLE_NONE, 0, D3DSWAPEFFECT_DISCARD,
+                                  hwnd, TRUE, TRUE, D3DFMT_D24S8, 0, 0, D3DPRESENT_INTERVAL_IMMEDIATE};
   if (FAILED(d3d->CreateDevice(D3DADAPTER_DEFAULT, D3DDEVTYPE_HAL, hwnd, D3DCREATE_MIXED_VERTEXPROCESSING, &params,
-                               &device)))
-    device = nullptr;
+                               device.out())))
+    device.release();  // nothing was made
 }
 
 TestDevice::~TestDevice() {
-  if (device) device->Release();
-  if (d3d) d3d->Release();
+  device.reset();
+  d3d.reset();
   if (hwnd) DestroyWindow(hwnd);
 }
 
 std::vector<uint32_t> TestDevice::readBack() const {
   std::vector<uint32_t> frame;
-  IDirect3DSurface9* target = nullptr;
-  IDirect3DSurface9* copy = nullptr;
+  platform::ComPtr<IDirect3DSurface9> target, copy;
   D3DSURFACE_DESC desc;
-  if (FAILED(device->GetRenderTarget(0, &target))) return frame;
-  target->GetDesc(&desc);
-  if (SUCCEEDED(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM, &copy,
-                                                    nullptr)) &&
-      SUCCEEDED(device->GetRenderTargetData(target, copy))) {
-    D3DLOCKED_RECT locked;
-    if (SUCCEEDED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY))) {
-      frame.resize(static_cast<size_t>(desc.Width) * desc.Height);
-      for (unsigned int y = 0; y < desc.Height; ++y) {
-        const auto* row = reinterpret_cast<const uint32_t*>(static_cast<const char*>(locked.pBits) + y * locked.Pitch);
-        for (unsigned int x = 0; x < desc.Width; ++x) frame[static_cast<size_t>(y) * desc.Width + x] = row[x];
-      }
-      copy->UnlockRect();
-    }
+  D3DLOCKED_RECT locked;
+  if (FAILED(device->GetRenderTarget(0, target.out())) || FAILED(target->GetDesc(&desc)) ||
+      FAILED(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format, D3DPOOL_SYSTEMMEM, copy.out(),
+                                                 nullptr)) ||
+      FAILED(device->GetRenderTargetData(target.get(), copy.get())) ||
+      FAILED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY)))
+    return frame;
+  frame.resize(static_cast<size_t>(desc.Width) * desc.Height);
+  for (unsigned int y = 0; y < desc.Height; ++y) {
+    const auto* row = reinterpret_cast<const uint32_t*>(static_cast<const char*>(locked.pBits) + y * locked.Pitch);
+    std::copy(row, row + desc.Width, frame.begin() + static_cast<std::ptrdiff_t>(y) * desc.Width);
   }
-  if (copy) copy->Release();
-  target->Release();
+  copy->UnlockRect();
   return frame;
-}
-
-void TestDevice::saveFailure(const std::vector<uint32_t>& frame, const std::string& name) const {
-  saveFailedFrame(frame, width, height, name);
 }
 
 void saveFailedFrame(const std::vector<uint32_t>& frame, unsigned int width, unsigned int height,

@@ -2,6 +2,7 @@
 // and JPEG files (and a few DDS) into the first folder, DDS files of every layout the
 // reader knows into the second.
 #include <cstdio>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -13,11 +14,11 @@ namespace {
 using gfximage::PixelFormat;
 using tstest::Bytes;
 
+// An empty file is a writer's failure.
 bool save(const std::string& path, const Bytes& bytes) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
-  const bool written = !bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  return std::fclose(file) == 0 && written;
+  std::ofstream file(path, std::ios::binary);
+  return !bytes.empty() &&
+         file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size())).flush().good();
 }
 
 // A little picture with `channels` bytes a texel: diagonal stripes over a gradient, alpha
@@ -38,10 +39,9 @@ Bytes picture(uint32_t width, uint32_t height, int channels) {
 Bytes ddsFile(PixelFormat format, uint32_t width, uint32_t height, uint32_t levels, bool cube = false) {
   tstest::DdsHeader header = tstest::ddsFourCC(width, height, static_cast<uint32_t>(format));
   gfximage::MaskLayout layout;
-  if (gfximage::layoutOf(format, &layout)) {
+  if (gfximage::layoutOf(format, &layout))
     header = tstest::ddsMasks(width, height, layout.bits, layout.red, layout.green, layout.blue, layout.alpha);
-    if (layout.luminance) header.pixelFlags = tstest::kDdpfLuminance | (layout.alpha ? tstest::kDdpfAlphaPixels : 0);
-  }
+  if (layout.luminance) header.pixelFlags = tstest::kDdpfLuminance | (layout.alpha ? tstest::kDdpfAlphaPixels : 0);
   header.mipCount = levels > 1 ? levels : 0;
   header.caps2 = cube ? tstest::kCaps2AllFacesOfACube : 0;
   Bytes data;
@@ -49,7 +49,7 @@ Bytes ddsFile(PixelFormat format, uint32_t width, uint32_t height, uint32_t leve
     for (uint32_t level = 0; level < levels; ++level) {
       gfximage::Image image;
       image.allocate(gfximage::mipSize(width, level), gfximage::mipSize(height, level));
-      image.pixels = picture(image.width, image.height, 4);
+      image.pixels = picture(image.width, image.height, 4);  // the writers take B, G, R, A: any four bytes do
       const size_t pitch = static_cast<size_t>(gfximage::surfacePitch(format, image.width));
       Bytes surface(pitch * gfximage::surfaceRows(format, image.height));
       gfximage::packSurface(format, image, surface.data(), pitch);
@@ -62,32 +62,20 @@ Bytes ddsFile(PixelFormat format, uint32_t width, uint32_t height, uint32_t leve
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fprintf(stderr, "usage: make_image_corpus <images folder> <dds folder>\n");
-    return 2;
-  }
+  if (argc != 3) return 2;  // usage: make_image_corpus <images folder> <dds folder>
   const std::string images = std::string(argv[1]) + "/", dds = std::string(argv[2]) + "/";
   bool ok = save(images + "rgba.png", tstest::encodePng(7, 5, 4, picture(7, 5, 4).data())) &&
-            save(images + "grey.png", tstest::encodePng(5, 9, 1, picture(5, 9, 1).data())) &&
             save(images + "grey_alpha.png", tstest::encodePng(4, 4, 2, picture(4, 4, 2).data())) &&
             save(images + "rgb.bmp", tstest::encodeBmp(6, 5, 3, picture(6, 5, 3).data())) &&
-            save(images + "rgba.tga", tstest::encodeTga(5, 4, 4, picture(5, 4, 4).data(), false)) &&
             save(images + "rgb_rle.tga", tstest::encodeTga(8, 2, 3, picture(8, 2, 3).data(), true)) &&
-            save(images + "small.jpg", tstest::jpegFile()) &&
-            save(images + "argb.dds", ddsFile(PixelFormat::A8R8G8B8, 4, 4, 3)) &&
-            save(images + "dxt1.dds", ddsFile(PixelFormat::DXT1, 8, 8, 1)) &&
-            save(dds + "cube.dds", ddsFile(PixelFormat::X8R8G8B8, 2, 2, 2, true)) &&
+            save(images + "small.jpg", tstest::jpegFile()) && save(images + "dxt1.dds", ddsFile(PixelFormat::DXT1, 8, 8, 1)) &&
             save(dds + "cube_dxt5.dds", ddsFile(PixelFormat::DXT5, 4, 4, 1, true));
   for (PixelFormat format : {PixelFormat::A8R8G8B8, PixelFormat::X8R8G8B8, PixelFormat::A8B8G8R8, PixelFormat::R8G8B8,
                              PixelFormat::R5G6B5, PixelFormat::A1R5G5B5, PixelFormat::A4R4G4B4, PixelFormat::R3G3B2,
                              PixelFormat::A8, PixelFormat::L8, PixelFormat::A8L8, PixelFormat::A4L4, PixelFormat::L16,
-                             PixelFormat::A2B10G10R10, PixelFormat::G16R16}) {
-    ok = ok && save(dds + "layout_" + std::to_string(static_cast<uint32_t>(format)) + ".dds", ddsFile(format, 3, 2, 2));
-  }
-  for (PixelFormat format : {PixelFormat::DXT1, PixelFormat::DXT3, PixelFormat::DXT5}) {
-    const std::string name = dds + "dxt" + std::to_string((static_cast<uint32_t>(format) >> 24) - '0');
-    ok = ok && save(name + "_chain.dds", ddsFile(format, 8, 4, 4)) && save(name + "_odd.dds", ddsFile(format, 5, 3, 1));
-  }
+                             PixelFormat::A2B10G10R10, PixelFormat::G16R16, PixelFormat::DXT1, PixelFormat::DXT3,
+                             PixelFormat::DXT5})
+    ok = ok && save(dds + "layout_" + std::to_string(static_cast<uint32_t>(format)) + ".dds", ddsFile(format, 5, 3, 3));
   if (!ok) std::fprintf(stderr, "make_image_corpus: can't write the corpus\n");
   return ok ? 0 : 1;
 }

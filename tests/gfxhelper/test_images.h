@@ -1,8 +1,8 @@
 #pragma once
 
-// Image files for tests, made by our own code: PNG, BMP and TGA through stb_image_write
-// into memory, one JPEG kept as bytes, DDS headers field by field from the documented
-// layout (the pixel data is appended by each test).
+// Image files for tests, made by our own code: PNG, BMP, TGA and JPEG through
+// stb_image_write into memory, DDS headers field by field from the documented layout
+// (the pixel data is appended by each test).
 
 #include <cstddef>
 #include <cstdint>
@@ -19,14 +19,11 @@ Bytes encodeBmp(int width, int height, int channels, const uint8_t* pixels);
 Bytes encodeTga(int width, int height, int channels, const uint8_t* pixels, bool rle);
 
 // A 4 x 2 baseline JPEG of these texels (R, G, B; red, green, blue, white over yellow,
-// cyan, magenta, black), written once by an encoder of ours with every quantiser 1 and
-// Huffman codes of fixed length: it decodes to within 1 of them.
+// cyan, magenta, black) at the best quality: it decodes to within a few steps of them.
 extern const uint8_t kJpegTexels[8][3];
 Bytes jpegFile();
 
-void appendLe16(Bytes* bytes, uint32_t value);
 void appendLe32(Bytes* bytes, uint32_t value);
-void putLe32(Bytes* bytes, size_t offset, uint32_t value);
 
 constexpr uint32_t fourCC(char a, char b, char c, char d) {
   return static_cast<uint32_t>(static_cast<uint8_t>(a)) | (static_cast<uint32_t>(static_cast<uint8_t>(b)) << 8) |
@@ -45,7 +42,6 @@ struct DdsHeader {
   uint32_t caps2 = 0;
   uint32_t depth = 0;
   uint32_t headerSize = 124;
-  uint32_t pixelFormatSize = 32;
 };
 
 // The 128 bytes of magic and header, then `data`.
@@ -57,7 +53,7 @@ DdsHeader ddsMasks(uint32_t width, uint32_t height, uint32_t bits, uint32_t red,
 DdsHeader ddsFourCC(uint32_t width, uint32_t height, uint32_t code);
 
 // Pixel format flags, from the documented layout.
-constexpr uint32_t kDdpfAlphaPixels = 0x1, kDdpfAlpha = 0x2, kDdpfFourCC = 0x4, kDdpfPalette8 = 0x20, kDdpfRgb = 0x40,
+constexpr uint32_t kDdpfAlphaPixels = 0x1, kDdpfAlpha = 0x2, kDdpfFourCC = 0x4, kDdpfRgb = 0x40,
                    kDdpfLuminance = 0x20000;
 constexpr uint32_t kCaps2AllFacesOfACube = 0x200 | 0xfc00;
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -76,9 +77,8 @@ class ContextTest : public ::testing::Test {
         SUCCEEDED(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY))) {
       frame.resize(static_cast<size_t>(desc.Width) * desc.Height);
       for (unsigned int y = 0; y < desc.Height; ++y)
-        for (unsigned int x = 0; x < desc.Width; ++x)
-          frame[static_cast<size_t>(y) * desc.Width + x] =
-              reinterpret_cast<const uint32_t*>(static_cast<const char*>(locked.pBits) + y * locked.Pitch)[x];
+        std::memcpy(&frame[static_cast<size_t>(y) * desc.Width],
+                    static_cast<const char*>(locked.pBits) + y * locked.Pitch, desc.Width * sizeof(uint32_t));
       copy->UnlockRect();
     }
     return frame;

@@ -11,10 +11,12 @@
 #include "player/host/device_tap.h"
 #include "player/host/driver_interface.h"
 #include "player/host/driver_module.h"
+#include "player/host/effect_library.h"
 #include "player/host/frame_capture.h"
 #include "player/host/host_controllers.h"
 #include "player/host/host_tree.h"
 #include "scenebuild/scene_builder.h"
+#include "tests/gfxhelper/test_images.h"
 #include "tests/player/player_files.h"
 
 namespace {
@@ -26,22 +28,6 @@ class RecordingVisitor : public host::ItemVisitor {
   host::TimelineItem* effect = nullptr;
   host::DataItem* data = nullptr;
 };
-
-// The colour effect as the library describes it: red, green, blue, alpha, the two blends.
-host::EffectDescriptor colourEffect() {
-  host::EffectDescriptor descriptor;
-  descriptor.name = "fx_simple_color";
-  const char* const names[] = {"red", "green", "blue", "alpha", "destBlend", "srcBlend"};
-  const char* const initial[] = {"0", "0", "0", "1", "0", "1"};
-  for (int i = 0; i < 6; ++i) {
-    host::ParamDescriptor param;
-    param.kind = i < 4 ? host::ParamController::kFloat : host::ParamController::kInteger;
-    param.name = names[i];
-    param.initialValue = initial[i];
-    descriptor.params.push_back(param);
-  }
-  return descriptor;
-}
 
 // The back buffer's pixel at (x, y) as 0xRRGGBB.
 uint32_t pixelAt(int x, int y) {
@@ -60,7 +46,9 @@ constexpr int kWidth = 64, kHeight = 48;
 
 TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
   const std::string folder = player_files::scratchFolder("driver_interface");
-  const std::string imagePath = player_files::write(folder, "tile.bmp", player_files::solidBmp(4, 4, 0, 0, 255));
+  const uint8_t black[4 * 4 * 3] = {};
+  const tstest::Bytes bmp = tstest::encodeBmp(4, 4, 3, black);
+  const std::string imagePath = player_files::write(folder, "tile.bmp", std::string(bmp.begin(), bmp.end()));
   const std::string scenePath = folder + "\\empty.ts2";
   std::string error;
   ASSERT_TRUE(scenebuild::SceneBuilder().write(scenePath, 0, &error)) << error;
@@ -68,15 +56,18 @@ TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
   host::DriverModule module;
   ASSERT_TRUE(module.load("tsDriver.dll", error)) << error;
   host::DriverKMT* driver = module.driver();
+  // The colour effect as the shipped library describes it: red, green, blue, alpha, the two blends.
+  host::EffectLibrary library;
+  host::LoadError libraryError;
+  ASSERT_TRUE(library.load(player_files::binaryFolder() + "\\" + driver->libraryPath(), libraryError))
+      << libraryError.message();
   HWND window = CreateWindowA("STATIC", "driver interface", WS_OVERLAPPEDWINDOW, 0, 0, kWidth, kHeight, nullptr,
                               nullptr, nullptr, nullptr);
   host::HostControllerFactory factory;
   RecordingVisitor visitor;
   host::RenderWindow* screen = nullptr;
-  host::TimelineItem* effect = nullptr;
-  host::TimelineItem* empty = nullptr;
-  host::DataItem* image = nullptr;
-  host::DataItem* scene = nullptr;
+  host::TimelineItem *effect = nullptr, *empty = nullptr;
+  host::DataItem *image = nullptr, *scene = nullptr;
   bool active = false;
   const std::string driverText = "Kalmia Team Simpliest Driver(Final Version)";
   const std::string filter =
@@ -108,7 +99,7 @@ TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
       {"DriverKMT::setControllerFactory, createEffect(descriptor)",
        [&] {
          driver->setControllerFactory(&factory);
-         effect = driver->createEffect(colourEffect(), "colour");
+         effect = driver->createEffect(*library.find("fx_simple_color"), "colour");
          return effect && effect->controllerCount() == 6 &&
                 dynamic_cast<host::HostParamController*>(effect->controller(5));
        }},

@@ -1,0 +1,294 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "driver/data_item.h"
+#include "driver/driver_kmt.h"
+#include "effects/fx_simple_bmp.h"
+#include "io/persistence.h"
+#include "materials/texture_bitmap_file.h"
+#include "player/host/host_controllers.h"
+#include "player/host/host_tree.h"
+#include "scene/scene_hierarchy.h"
+#include "scenebuild/scene_builder.h"
+#include "tests/context/context_fixture.h"
+#include "tests/gfxhelper/test_images.h"
+#include "tests/support/host_bridge.h"
+#include "tests/support/recording_tracer.h"
+
+namespace {
+
+using tstest::driverSide;
+using tstest::hostSide;
+using tstest::pixelNear;
+
+// One parameter of a library entry: its kind and the initial value the host reads.
+struct ParamDeclaration {
+  uint32_t kind;
+  const char* initialValue;
+};
+
+// A library entry as the host would read it, parameters named p0, p1, ...
+EffectDescriptor describeEffect(const char* typeName, std::initializer_list<ParamDeclaration> params) {
+  EffectDescriptor descriptor;
+  descriptor.name = typeName;
+  for (const ParamDeclaration& declared : params) {
+    ParamDescriptor param;
+    param.kind = declared.kind;
+    param.name = "p" + std::to_string(descriptor.params.size());
+    param.initialValue = declared.initialValue;
+    descriptor.params.push_back(param);
+  }
+  return descriptor;
+}
+
+// Data items by name, as the host resolves a data parameter's value.
+class ItemLookup : public host::DataLookup {
+ public:
+  host::DataItem* find(const std::string& name) const override {
+    const auto found = items.find(name);
+    return found == items.end() ? nullptr : hostSide(found->second);
+  }
+  std::map<std::string, DataItem*> items;
+};
+
+// Effects made by the global driver from library entries, with the host's controllers, on
+// the pixel fixture's Context with a blue clear colour; messages are recorded.
+class EffectTest : public tstest::ContextTest {
+ protected:
+  void SetUp() override {
+    ContextTest::SetUp();
+    context->setClearColor(ts3d::color(0, 0, 1, 1));
+    theDriver.setControllerFactory(driverSide(&factory));
+  }
+  void TearDown() override {
+    theDriver.setControllerFactory(nullptr);
+    ContextTest::TearDown();
+  }
+
+  std::unique_ptr<TimelineItem> makeEffect(const char* typeName, std::initializer_list<ParamDeclaration> params) {
+    return std::unique_ptr<TimelineItem>(theDriver.createEffect(describeEffect(typeName, params), "layer"));
+  }
+  // Gives parameter `index` a new constant and delivers every value, as the host's reset does.
+  static void setParam(TimelineItem* effect, uint32_t index, const std::string& value) {
+    static_cast<host::HostParamController*>(hostSide(effect->controller(index)))->setConstant(value);
+    effect->reset();
+  }
+  // One frame of a bottom layer: update, clearFrame, render; then the target is read.
+  void drawFrame(TimelineItem* effect, float time = 0.0f) {
+    effect->update(0, time);
+    effect->clearFrame();
+    effect->render();
+    readTarget();
+  }
+
+  tstest::RecordingTracer tracer;
+  ItemLookup lookup;
+  host::HostControllerFactory factory{&lookup};
+};
+
+// An effect that writes down every value its setters receive, in order.
+class RecordingEffect : public EffectBase {
+ public:
+  using EffectBase::EffectBase;
+  void setFloat(uint32_t index, float value) override { record('f', index, std::to_string(value)); }
+  void setInt(uint32_t index, int32_t value) override { record('i', index, std::to_string(value)); }
+  void setString(uint32_t index, const std::string& value) override { record('s', index, value); }
+  void setData(uint32_t index, DataItem* item) override { record('d', index, item ? "item" : "null"); }
+  std::string deliveries;
+
+ private:
+  void record(char setter, uint32_t index, const std::string& value) {
+    deliveries += setter + std::to_string(index) + "=" + value + " ";
+  }
+};
+
+TEST(TimelineBase, UpdateDeliversCurvesByKindAndResetDeliversEveryKnownKind) {
+  host::HostControllerFactory factory;
+  // String, float, integer, integer read at reset, data, a fixed float, a kind nobody knows.
+  RecordingEffect effect(describeEffect("fx_test", {{0, ""}, {1, ""}, {2, ""}, {3, ""}, {4, ""}, {1, "9"}, {7, ""}}),
+                         "e", driverSide(&factory));
+  for (uint32_t i : {0, 1, 2, 3, 4, 6})
+    static_cast<host::HostParamController*>(hostSide(effect.controller(i)))->setKeys({{0, "0"}, {1, "4"}});
+  effect.setStartTime(2.0f);
+  effect.setDuration(4.0f);
+  effect.update(0, 3.0f);  // a quarter through
+  EXPECT_EQ(effect.deliveries, "s0=0 f1=1.000000 i2=0 d4=null ");
+  effect.deliveries.clear();
+  effect.reset();
+  EXPECT_EQ(effect.deliveries, "s0=0 f1=1.000000 i2=0 i3=0 d4=null f5=9.000000 ");
+}
+
+TEST(TimelineBase, LoadBindsByNameReportsUnknownsAndResets) {
+  tstest::RecordingTracer tracer;
+  host::HostControllerFactory factory;
+  RecordingEffect effect(describeEffect("fx_test", {{1, "0"}, {2, "0"}}), "e", driverSide(&factory));
+  effect.description().params[0].name = "alpha";
+  effect.description().params[1].name = "mode";
+  host::HostTreeElement saved("effect");
+  saved.add("controler").set("name", "mode").set("value", "7");
+  saved.add("color").set("name", "alpha");
+  saved.add("controler").set("name", "alpha").set("value", "0.25");
+  saved.add("controler").set("name", "gone").set("value", "1");
+  ASSERT_TRUE(effect.load(driverSide(&saved), 0));
+  EXPECT_EQ(tracer.texts('b'), (std::vector<std::string>{"Unknown category : \"color\", in TimelineBase.",
+                                                         "Controller named : \"gone\", no more exists."}));
+  EXPECT_EQ(effect.deliveries, "f0=0.250000 i1=7 ") << "the reset after loading delivers what was loaded";
+}
+
+TEST_F(EffectTest, ColorFillsTheTargetWithItsBlend) {
+  std::unique_ptr<TimelineItem> effect =
+      makeEffect("fx_simple_color", {{1, "0"}, {1, "0"}, {1, "0"}, {1, "1"}, {2, "0"}, {2, "1"}});
+  effect->open();
+  // Red, green, blue, alpha, destination and source choice, over the blue of the clear.
+  struct Row {
+    const char* values[6];
+    int r, g, b;
+  } const rows[] = {
+      {{"1", "0", "0", "1", "0", "1"}, 255, 0, 0},         // opaque
+      {{"1", "0", "0", "0.5", "2", "3"}, 128, 0, 127},     // inverse source alpha, source alpha
+      {{"0", "1", "0", "1", "1", "1"}, 0, 255, 255},       // added
+      {{"2.5", "-1", "0.5", "1", "0", "1"}, 255, 0, 128},  // packed to the range's ends
+      {{"1", "0", "0", "0.5", "2", "9"}, 255, 0, 128},     // a choice past the table keeps the source's one
+  };
+  for (const Row& row : rows) {
+    for (uint32_t i = 0; i < 6; ++i) setParam(effect.get(), i, row.values[i]);
+    drawFrame(effect.get());
+    EXPECT_TRUE(pixelNear(rgbAt(0, 0), row.r, row.g, row.b, 4)) << std::hex << rgbAt(0, 0);
+    EXPECT_TRUE(pixelNear(rgbAt(639, 479), row.r, row.g, row.b, 4)) << std::hex << rgbAt(639, 479);
+  }
+  EXPECT_TRUE(tracer.messages.empty());
+}
+
+TEST_F(EffectTest, BmpDrawsItsTextureWhereTheReferenceFramePlacesIt) {
+  // A black picture: without its texture the quad would be white.
+  const std::vector<uint8_t> texels(8 * 8 * 3, 0), png = tstest::encodePng(8, 8, 3, texels.data());
+  FILE* file = std::fopen("fx_bmp.png", "wb");
+  ASSERT_NE(file, nullptr);
+  std::fwrite(png.data(), 1, png.size(), file);
+  std::fclose(file);
+  std::unique_ptr<DataItem> picture(theDriver.loadData("fx_bmp.png"));
+  std::remove("fx_bmp.png");
+  lookup.items["black"] = picture.get();
+  // Data, top, left, bottom, right, alpha, destination and source choice.
+  std::unique_ptr<TimelineItem> effect = makeEffect(
+      "fx_simple_bmp", {{4, "black"}, {1, "0.1"}, {1, "0.1"}, {1, "0.2"}, {1, "0.3"}, {1, "1"}, {2, "0"}, {2, "1"}});
+  // On a 320 x 240 target the reference 100..300 x 100..200 lands at 50..150 x 50..100.
+  std::unique_ptr<ts3d::RenderSurface> half(ts3d::RenderSurface::create(320, 240, false, false));
+  ts3d::RenderSurface* back = context->renderTarget();
+  context->setRenderTarget(half.get());
+  effect->open();
+  drawFrame(effect.get());
+  for (auto [x, y] : {std::pair{100, 75}, {52, 52}, {148, 98}})
+    EXPECT_TRUE(pixelNear(rgbAt(x, y), 0, 0, 0)) << "inside at " << x << ", " << y;
+  for (auto [x, y] : {std::pair{47, 75}, {153, 75}, {100, 47}, {100, 103}})
+    EXPECT_TRUE(pixelNear(rgbAt(x, y), 0, 0, 255)) << "outside at " << x << ", " << y;
+
+  // Half its alpha, blended over the blue.
+  setParam(effect.get(), 5, "0.5");
+  setParam(effect.get(), 6, "2");
+  setParam(effect.get(), 7, "3");
+  drawFrame(effect.get());
+  EXPECT_TRUE(pixelNear(rgbAt(100, 75), 0, 0, 127, 4)) << std::hex << rgbAt(100, 75);
+  context->setRenderTarget(back);
+  EXPECT_TRUE(tracer.messages.empty());
+}
+
+// A red box that slides from x = 0 at scene time 0 to x = 3 at scene time 100, seen by a
+// first camera from z = 10; a second camera at z = -10 looks away from it.
+std::unique_ptr<DataItem> writeAndLoadBoxScene(const std::string& path) {
+  scenebuild::SceneBuilder builder;
+  ts3d::HierarchyNode* root = builder.root();
+  builder.camera(builder.node(root, ts3d::vect3(0, 0, 10)), 1.0f, 1.0f, 100.0f);
+  builder.camera(builder.node(root, ts3d::vect3(0, 0, -10)), 1.0f, 1.0f, 100.0f);
+  // Lit without lights, so only the emissive colour shows.
+  scenebuild::MaterialSettings red;
+  red.diffuse = red.ambient = ts3d::color(0, 0, 0, 1);
+  red.emissive = ts3d::color(1, 0, 0, 1);
+  ts3d::HierarchyNode* moving = builder.node(
+      root, scenebuild::keyed<ts3d::vect3>({{0.0f, ts3d::vect3(0, 0, 0)}, {100.0f, ts3d::vect3(3, 0, 0)}}));
+  builder.mesh(moving, scenebuild::box(2, 2, 2), builder.material(red), false);
+  std::string error;
+  EXPECT_TRUE(builder.write(path, 1, &error)) << error;
+  std::unique_ptr<DataItem> item(theDriver.loadData(path));
+  std::remove(path.c_str());
+  return item;
+}
+
+TEST_F(EffectTest, SceneIsDrawnThroughTheChosenCameraAtItsOwnTime) {
+  std::unique_ptr<DataItem> item = writeAndLoadBoxScene("fx_scene_box.ts2");
+  ASSERT_NE(item, nullptr);
+  lookup.items["box"] = item.get();
+  std::unique_ptr<TimelineItem> effect = makeEffect("fx_simple_scene", {{4, "box"}, {2, "0"}, {1, "0"}});
+  effect->open();
+  // A camera index past the end, or below zero, means the first camera. The time parameter is
+  // the scene's time in hundredths: at 1 the box stands at x = 3; the host's time plays no part.
+  const int boxColumn = 320 + static_cast<int>(3.0f / (10.0f * std::tan(0.5f)) * 240.0f);
+  struct Row {
+    const char *camera, *time;
+    int column;
+    bool red;
+  } const rows[] = {{"0", "0", 320, true},  {"1", "0", 320, false}, {"2", "0", 320, true},      {"1", "0", 320, false},
+                    {"-1", "0", 320, true}, {"0", "1", 320, false}, {"0", "1", boxColumn, true}};
+  for (const Row& row : rows) {
+    setParam(effect.get(), 1, row.camera);
+    setParam(effect.get(), 2, row.time);
+    drawFrame(effect.get(), 123.0f);
+    EXPECT_TRUE(pixelNear(rgbAt(row.column, 240), row.red ? 255 : 0, 0, row.red ? 0 : 255))
+        << row.camera << " " << row.time << " " << std::hex << rgbAt(row.column, 240);
+    EXPECT_TRUE(pixelNear(rgbAt(5, 5), 0, 0, 255)) << "the scene's clear";
+  }
+  EXPECT_EQ(tracer.count('w') + tracer.count('b'), 0u);
+}
+
+TEST_F(EffectTest, WithoutTheirDataBmpAndSceneWarnAtOpenAndDrawSafely) {
+  std::unique_ptr<TimelineItem> scene = makeEffect("fx_simple_scene", {{4, "nothing"}, {2, "0"}, {1, "0"}});
+  std::unique_ptr<TimelineItem> bmp = makeEffect(
+      "fx_simple_bmp", {{4, "nothing"}, {1, "0"}, {1, "0"}, {1, "0.48"}, {1, "0.64"}, {1, "1"}, {2, "0"}, {2, "1"}});
+  scene->open();
+  bmp->open();
+  EXPECT_EQ(tracer.texts('w'), (std::vector<std::string>{"No scene data for effect.", "No texture data for effect."}));
+
+  // The scene neither clears nor draws: a green picture stays.
+  context->setClearColor(ts3d::color(0, 1, 0, 1));
+  context->clear(7, true);
+  drawFrame(scene.get());
+  EXPECT_TRUE(pixelNear(rgbAt(320, 240), 0, 255, 0)) << std::hex << rgbAt(320, 240);
+
+  // The bitmap draws its quad all the same, also when its item is a scene.
+  DataScene notATexture;
+  static_cast<FxSimpleBmp*>(bmp.get())->setData(0, &notATexture);
+  proxy->clearLog();
+  drawFrame(bmp.get());
+  EXPECT_EQ(proxy->count(tstest::DeviceCallKind::DrawPrimitiveUP), 1u);
+  EXPECT_EQ(tracer.count('w'), 2u) << "only open warns";
+  EXPECT_EQ(tracer.count('b'), 0u);
+}
+
+TEST_F(EffectTest, DataItemsAreNamedBehindTheLastBackslashAndRefuseWhatIsNoScene) {
+  for (const auto& [path, name] : {std::pair{"c:\\work\\sky.png", "sky.png"},
+                                   {"sky.png", "sky.png"},
+                                   {"pictures/sky.png", "pictures/sky.png"},
+                                   {"mixed/dir\\sky.png", "sky.png"},
+                                   {"folder\\", ""}})
+    EXPECT_EQ(filePartOf(path), name) << path;
+
+  // A persistence file whose root is a texture is no scene.
+  std::unique_ptr<ts3d::TextureBitmapFile> texture(new ts3d::TextureBitmapFile("sky.png", 0));
+  std::unique_ptr<tsio::OutStream> out(tsio::openOutStream("fx_texture_root.ts2", 0));
+  ASSERT_NE(out, nullptr);
+  out->writeObject(texture.get());
+  out.reset();
+  DataScene scene;
+  EXPECT_FALSE(scene.load("fx_texture_root.ts2"));
+  EXPECT_EQ(scene.payload, nullptr);
+  EXPECT_TRUE(scene.name().empty());
+  std::remove("fx_texture_root.ts2");
+}
+
+}  // namespace

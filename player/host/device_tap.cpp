@@ -15,6 +15,7 @@ using Create9 = IDirect3D9*(WINAPI*)(UINT);
 Create9 realCreate9 = nullptr;
 CreateDevice realCreateDevice = nullptr;
 IDirect3DDevice9* device = nullptr;
+UINT askedVersion = 0;
 
 HRESULT WINAPI createDevice(IDirect3D9* d3d, UINT adapter, D3DDEVTYPE type, HWND focus, DWORD flags,
                             D3DPRESENT_PARAMETERS* parameters, IDirect3DDevice9** made) {
@@ -24,6 +25,7 @@ HRESULT WINAPI createDevice(IDirect3D9* d3d, UINT adapter, D3DDEVTYPE type, HWND
 }
 
 IDirect3D9* WINAPI create9(UINT version) {
+  askedVersion = version;
   IDirect3D9* d3d = realCreate9(version);
   if (!d3d) return d3d;
   // Every IDirect3D9 shares one table: it is taken over once.
@@ -44,5 +46,7 @@ void tapDevice(HMODULE module) {
 }
 
 IDirect3DDevice9* tappedDevice() { return device; }
+
+UINT tappedInterfaceVersion() { return askedVersion; }
 
 }  // namespace host

@@ -14,4 +14,7 @@ void tapDevice(HMODULE module);
 // window stays open.
 IDirect3DDevice9* tappedDevice();
 
+// The interface version the module asked Direct3DCreate9 for; 0 before it asked.
+UINT tappedInterfaceVersion();
+
 }  // namespace host

@@ -87,7 +87,9 @@ TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
       {"DriverKMT::renderWindow, RenderWindow::open",
        [&] {
          screen = driver->renderWindow();
-         return screen && screen->open(window, nullptr, kWidth, kHeight, 32, true, 0) && host::tappedDevice();
+         // The interface version is the number the host expects, not the SDK header's.
+         return screen && screen->open(window, nullptr, kWidth, kHeight, 32, true, 0) && host::tappedDevice() &&
+                host::tappedInterfaceVersion() == 31;
        }},
       {"RenderWindow::drawIdleFrame",
        [&] {

@@ -21,7 +21,6 @@ TEST(ProjectFile, WhatCannotBeReadOrBuiltStopsAtItsLine) {
   EffectLibrary library;
   LoadError error;
   ASSERT_TRUE(library.load(player_files::binaryFolder() + "\\" + theDriver.libraryPath(), error)) << error.message();
-  player_files::write(folder, "notes.txt", "not a picture");
   const std::string libraryHead = "<library>\n<effect name=\"a\">\n", libraryTail = "\n</effect>\n</library>";
   auto layer = [](const std::string& inside) { return "<project>\n<layer>\n" + inside + "\n</layer>\n</project>"; };
   const std::string colour = "<effect type=\"fx_simple_color\" start=\"0\" length=\"1\">\n";
@@ -54,8 +53,6 @@ TEST(ProjectFile, WhatCannotBeReadOrBuiltStopsAtItsLine) {
       {kProject, std::string("<project>\n\0</project>", 21), 2, "a 0 byte is not XML"},
       {kBuild, "<project>\n<data name=\"logo\" path=\"absent.png\"/>\n</project>", 2,
        "cannot find the data file '" + folder + "\\absent.png'"},
-      {kBuild, "<project>\n<data name=\"notes\" path=\"notes.txt\"/>\n</project>", 2,
-       "the driver cannot load the data file '" + folder + "\\notes.txt'"},
       {kBuild, "<project>\n\n<soundtrack path=\"song.mp3\"/>\n</project>", 3,
        "cannot find the soundtrack '" + folder + "\\song.mp3'"},
   };

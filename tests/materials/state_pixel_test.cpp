@@ -7,7 +7,8 @@ namespace {
 
 using namespace ts3d;
 
-const D3DCOLOR kRed = D3DCOLOR_XRGB(255, 0, 0);
+// Red at alpha 192: opaque red while blending is off.
+const D3DCOLOR kRed = D3DCOLOR_ARGB(192, 255, 0, 0);
 
 class StatePixels : public tstest::ContextTest {
  protected:
@@ -18,12 +19,12 @@ class StatePixels : public tstest::ContextTest {
   }
 
   // Clears to the blue clear colour, applies block and draws a triangle over the top left,
-  // clockwise on screen, in colour; gives the pixel at (40, 40), inside it.
-  uint32_t drawWith(const RenderStateBlock& block, D3DCOLOR colour) {
+  // clockwise on screen, in kRed; gives the pixel at (40, 40), inside it.
+  uint32_t drawWith(const RenderStateBlock& block) {
     const struct {
       float x, y, z, rhw;
       DWORD colour;
-    } triangle[3] = {{0, 0, 0.5f, 1, colour}, {320, 0, 0.5f, 1, colour}, {0, 480, 0.5f, 1, colour}};
+    } triangle[3] = {{0, 0, 0.5f, 1, kRed}, {320, 0, 0.5f, 1, kRed}, {0, 480, 0.5f, 1, kRed}};
     context->beginScene();
     context->clear(Context::ClearAll, true);
     context->applyRenderState(block);
@@ -34,38 +35,35 @@ class StatePixels : public tstest::ContextTest {
     return rgbAt(40, 40);
   }
 
-  static RenderStateBlock unculled(uint32_t groups) {
+  static RenderStateBlock culled(int32_t cullMode, uint32_t groups = 0) {
     RenderStateBlock block(groups | RenderStateBlock::RasteriserGroup);
-    block.cullMode = CullNone;
+    block.cullMode = cullMode;
+    return block;
+  }
+  static RenderStateBlock blended(int32_t preset) {
+    RenderStateBlock block = culled(CullNone, RenderStateBlock::BlendingGroup);
+    block.alphaBlendEnable = true;
+    block.setBlendPreset(preset);
     return block;
   }
 };
 
-TEST_F(StatePixels, CullModeDecidesWhetherAClockwiseTriangleIsDrawn) {
+TEST_F(StatePixels, CullModeAndBlendPresetsDecideWhatTheTriangleLeaves) {
+  // Over the blue clear colour; blending stays off until the first preset.
   const struct {
-    int32_t cullMode;
+    const char* name;
+    RenderStateBlock block;
     int r, g, b;
-  } rows[] = {{CullNone, 255, 0, 0}, {CullClockwise, 0, 0, 255}, {CullCounterClockwise, 255, 0, 0}};
+  } rows[] = {{"cull none", culled(CullNone), 255, 0, 0},
+              {"cull clockwise", culled(CullClockwise), 0, 0, 255},
+              {"cull counter-clockwise", culled(CullCounterClockwise), 255, 0, 0},
+              {"preset 0", blended(0), 255, 0, 0},
+              {"preset 1", blended(1), 255, 0, 255},
+              {"preset 2", blended(2), 192, 0, 63},
+              {"preset 3", blended(3), 192, 0, 255}};
   for (const auto& row : rows) {
-    RenderStateBlock block(RenderStateBlock::RasteriserGroup);
-    block.cullMode = row.cullMode;
-    const uint32_t pixel = drawWith(block, kRed);
-    EXPECT_TRUE(tstest::pixelNear(pixel, row.r, row.g, row.b)) << "cull " << row.cullMode << ": " << std::hex << pixel;
-  }
-}
-
-TEST_F(StatePixels, EachBlendPresetMixesWithWhatIsThere) {
-  // Red at alpha 192 over the blue clear colour.
-  const struct {
-    int32_t preset;
-    int r, g, b;
-  } rows[] = {{0, 255, 0, 0}, {1, 255, 0, 255}, {2, 192, 0, 63}, {3, 192, 0, 255}};
-  for (const auto& row : rows) {
-    RenderStateBlock block = unculled(RenderStateBlock::BlendingGroup);
-    block.alphaBlendEnable = true;
-    block.setBlendPreset(row.preset);
-    const uint32_t pixel = drawWith(block, D3DCOLOR_ARGB(192, 255, 0, 0));
-    EXPECT_TRUE(tstest::pixelNear(pixel, row.r, row.g, row.b)) << "preset " << row.preset << ": " << std::hex << pixel;
+    const uint32_t pixel = drawWith(row.block);
+    EXPECT_TRUE(tstest::pixelNear(pixel, row.r, row.g, row.b)) << row.name << ": " << std::hex << pixel;
   }
 }
 
@@ -74,10 +72,10 @@ TEST_F(StatePixels, StencilOverrideHoldsAgainstTheMaterialUntilCleared) {
   mask.stencilEnable = true;
   mask.stencilFunc = CompareNever;
   context->setRenderStateOverride(mask);
-  const RenderStateBlock material = unculled(RenderStateBlock::StencilGroup);  // stencil off
-  EXPECT_TRUE(tstest::pixelNear(drawWith(material, kRed), 0, 0, 255));
+  const RenderStateBlock material = culled(CullNone, RenderStateBlock::StencilGroup);  // stencil off
+  EXPECT_TRUE(tstest::pixelNear(drawWith(material), 0, 0, 255));
   context->clearRenderStateOverride();
-  EXPECT_TRUE(tstest::pixelNear(drawWith(material, kRed), 255, 0, 0));
+  EXPECT_TRUE(tstest::pixelNear(drawWith(material), 255, 0, 0));
 }
 
 TEST_F(StatePixels, StageStateChoosesTheColourSource) {
@@ -85,10 +83,10 @@ TEST_F(StatePixels, StageStateChoosesTheColourSource) {
   TextureStageStateBlock stage = context->currentStageState[0];
   stage.colorArg1 = ArgTFactor;
   context->applyStageState(0, stage);
-  EXPECT_TRUE(tstest::pixelNear(drawWith(unculled(0), kRed), 255, 255, 255));
+  EXPECT_TRUE(tstest::pixelNear(drawWith(culled(CullNone)), 255, 255, 255));
   stage.colorArg1 = ArgDiffuse;
   context->applyStageState(0, stage);
-  EXPECT_TRUE(tstest::pixelNear(drawWith(unculled(0), kRed), 255, 0, 0));
+  EXPECT_TRUE(tstest::pixelNear(drawWith(culled(CullNone)), 255, 0, 0));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <utility>
 #include <vector>
 
 #include "materials/state_shadow.h"
@@ -25,9 +24,7 @@ class ShadowedDevice : public ::testing::Test {
     proxy->clearLog();
   }
   void TearDown() override {
-    if (proxy) {
-      EXPECT_EQ(proxy->Release(), 0u) << "something still holds the device";
-    }
+    if (proxy) { EXPECT_EQ(proxy->Release(), 0u) << "something still holds the device"; }
   }
   void apply(const RenderStateBlock& block) { applyRenderState(proxy, current, forced, block); }
 
@@ -77,14 +74,6 @@ TEST_F(ShadowedDevice, OnlyRenderStatesThatDifferAreSentInGroupOrder) {
       renderStateCall(D3DRS_COLORWRITEENABLE, 0xf)};
   EXPECT_EQ(proxy->calls(), blendingBack);
   EXPECT_FALSE(current.zEnable);
-}
-
-TEST_F(ShadowedDevice, FullSendAtStartSendsFillModeFirstAndClipping) {
-  sendFull(proxy, everyRenderStateChanged());
-  Calls expected = kEveryRenderStateSent;
-  std::swap(expected[10], expected[11]);
-  expected.insert(expected.begin() + 12, renderStateCall(D3DRS_CLIPPING, TRUE));
-  EXPECT_EQ(proxy->calls(), expected);
 }
 
 TEST_F(ShadowedDevice, OnlyStageStatesThatDifferAreSentToTheirStageAndTheMatrixAlways) {

@@ -12,7 +12,7 @@
 #include "scene/controller/op.h"
 #include "tests/controller/support.h"
 #include "tests/gfxhelper/math_expect.h"
-#include "tests/support/controller_samples.h"
+#include "tests/persistence/contract.h"
 #include "tests/support/heap_count.h"
 
 // The controllers' own behaviour and guards; their files are rows of the persistence contract.
@@ -165,7 +165,7 @@ TEST(OpAndConv, OpMultipliesEveryComponentAndConvIsAnOpaqueColourOfItsSourceOwne
     tstest::Node owner;
     owner.children = {conv, source};
     if (!convFirst) std::swap(owner.children[0], owner.children[1]);
-    std::unique_ptr<tstest::Node> back = tstest::roundTrip(owner);
+    std::unique_ptr<tstest::Node> back = tstest::loadAs<tstest::Node>(tstest::storeToBytes(&owner, 0));
     ASSERT_TRUE(back);
     auto* backConv = dynamic_cast<ColorFromVector*>(back->children[convFirst ? 0 : 1]);
     ASSERT_NE(backConv, nullptr);
@@ -175,12 +175,14 @@ TEST(OpAndConv, OpMultipliesEveryComponentAndConvIsAnOpaqueColourOfItsSourceOwne
   }
 }
 
-// Seeded damage: every byte of each sample file set to a few values. A file is refused or gives
-// a controller that updates at any time; no owner is left behind (ASan checks the rest natively).
+// Seeded damage: every byte of each controller row's file set to a few values. A file is refused
+// or gives a controller that updates at any time, and nothing is left behind.
 TEST(HostileControllers, DamagedBytesNeverCrashOrLeak) {
-  const int nodesBefore = tstest::Node::live;
+  const std::vector<tstest::ChunkCase>& rows = tstest::controllerCases();  // made once, before counting
+  const long blocksBefore = tstest::liveHeapBlocks();
   int loaded = 0;
-  for (const tstest::Bytes& file : tstest::controllerSampleFiles()) {
+  for (const tstest::ChunkCase& row : rows) {
+    const tstest::Bytes file = tstest::hexBytes(row.file);
     for (size_t at = 0; at < file.size(); ++at) {
       for (uint8_t damage : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
         tstest::Bytes damaged = file;
@@ -195,7 +197,7 @@ TEST(HostileControllers, DamagedBytesNeverCrashOrLeak) {
     }
   }
   EXPECT_GT(loaded, 0) << "some damage (in values) leaves a readable controller";
-  EXPECT_EQ(tstest::Node::live, nodesBefore);
+  EXPECT_EQ(tstest::liveHeapBlocks(), blocksBefore);
 }
 
 }  // namespace

@@ -4,12 +4,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "io/serializable.h"
-#include "scene/controller/const.h"
 #include "scene/controller/linear.h"
 #include "tests/support/file_builder.h"
 #include "tests/support/recording_tracer.h"
@@ -21,21 +19,6 @@ namespace tstest {
 constexpr uint32_t kZero = 0x00000000;
 constexpr uint32_t kHalf = 0x3F000000;
 constexpr uint32_t kOne = 0x3F800000;
-constexpr uint32_t kMinusOne = 0xBF800000;
-constexpr uint32_t kTwo = 0x40000000;
-constexpr uint32_t kThree = 0x40400000;
-constexpr uint32_t kTen = 0x41200000;
-
-// A constant that counts its instances, so that tests see who deletes it.
-template <class T>
-class Counted : public ts3d::controller::Const<T> {
- public:
-  explicit Counted(const T& initial) : ts3d::controller::Const<T>(initial) { ++live; }
-  ~Counted() override { --live; }
-  Counted(const Counted&) = delete;
-  Counted& operator=(const Counted&) = delete;
-  static inline int live = 0;
-};
 
 // Indices of the keys that findKeys gives for time, -1 for null.
 template <class T>
@@ -50,22 +33,15 @@ std::pair<int, int> around(ts3d::controller::Linear<T>& linear, float time) {
 }
 
 // The root read from a file, as a T; null (with a test failure) when the file is refused or the
-// root is of another class. Message boxes are recorded in boxes.
+// root is of another class.
 template <class T>
-std::unique_ptr<T> loadAs(const Bytes& file, std::vector<std::string>* boxes = nullptr) {
+std::unique_ptr<T> loadAs(const Bytes& file) {
   RecordingTracer tracer;
   std::unique_ptr<tsio::Serializable> root(loadFromBytes(file));
-  if (boxes) *boxes = tracer.texts('b');
   T* typed = dynamic_cast<T*>(root.get());
   EXPECT_NE(typed, nullptr) << "the file was refused or holds another class";
   if (typed) root.release();
   return std::unique_ptr<T>(typed);
-}
-
-// What storing root as an uncompressed file and reading it back gives.
-template <class T>
-std::unique_ptr<T> roundTrip(T& root) {
-  return loadAs<T>(storeToBytes(&root, 0));
 }
 
 }  // namespace tstest

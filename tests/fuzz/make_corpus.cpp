@@ -8,7 +8,7 @@
 
 #include "io/stream_bzip2.h"
 #include "io/stream_memory.h"
-#include "tests/support/controller_samples.h"
+#include "tests/persistence/contract.h"
 #include "tests/support/test_chunks.h"
 
 namespace {
@@ -41,9 +41,8 @@ int main(int argc, char** argv) {
             save(chunked + "/sample_iobz", tstest::storeToBytes(sample.get(), 1)) &&
             save(chunked + "/null_root", tstest::storeToBytes(nullptr, 0));
 
-  const std::vector<Bytes> controllers = tstest::controllerSampleFiles();
-  for (size_t i = 0; i < controllers.size(); ++i)
-    ok = ok && save(chunked + "/controller_" + std::to_string(i), controllers[i]);
+  for (const tstest::ChunkCase& row : tstest::controllerCases())
+    ok = ok && save(chunked + "/controller_" + row.name, tstest::hexBytes(row.file));
 
   ok = ok && save(bzip2 + "/sample", block(Bytes(samplePlain.begin() + 4, samplePlain.end()))) &&
        save(bzip2 + "/zeros", block(Bytes(50000, 0))) && save(bzip2 + "/text", block(Bytes{'a', 'b', 'c'}));

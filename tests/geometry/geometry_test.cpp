@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,13 +30,14 @@ TEST(GeometryRegistry, EveryCodeIsKnownBeforeAnyFileIsRead) {
 
 // Three positions and one face (0, 1, last); or, with channels, that many of one pair each.
 Bytes simpleFile(uint16_t last, uint32_t channels = 0) {
-  tstest::ByteWriter body;
-  body.u32(0x1 | 0x2 | 0x100 | (channels ? 0x400 : 0)).u32(3).u32(1);
-  for (int i = 0; i < 9; ++i) body.f32(static_cast<float>(i));
-  if (channels) body.u32(channels);
-  for (uint32_t c = 0; c < channels && c < 16; ++c) body.f32(0.5f).f32(0.25f).f32(0).f32(0).f32(1).f32(1);
-  body.u16(0).u16(1).u16(last);
-  return tstest::fileOf("GOSM", 1, body.bytes);
+  // Flags, counts, positions, the face; a count and up to 16 channels of six floats.
+  const uint32_t size = 4 + 8 + 36 + 6 + (channels ? 4 + 24 * std::min(channels, 16u) : 0);
+  tstest::FileBuilder file;
+  file.header("GOSM", 0, size).u32(0x1 | 0x2 | 0x100 | (channels ? 0x400 : 0)).u32(3).u32(1);
+  for (int i = 0; i < 9; ++i) file.f32(static_cast<float>(i));
+  if (channels) file.u32(channels);
+  for (uint32_t c = 0; c < channels && c < 16; ++c) file.f32(0.5f).f32(0.25f).f32(0).f32(0).f32(1).f32(1);
+  return file.u16(0).u16(1).u16(last).bytes;
 }
 
 TEST(GeometryLoad, FacesPastTheLastVertexAreDroppedAndChannelsBeyondAVertexFormatSteppedOver) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdint>
 #include <functional>
 #include <ostream>
@@ -35,8 +36,24 @@ ChunkCase chunkCase(std::string name, std::function<tsio::Serializable*()> make,
 
 inline void PrintTo(const ChunkCase& row, std::ostream* out) { *out << row.name; }
 
-std::vector<uint8_t> hexBytes(const std::string& hex);
-std::string hexOf(const std::vector<uint8_t>& bytes);
+inline std::vector<uint8_t> hexBytes(const std::string& hex) {
+  std::vector<uint8_t> bytes;
+  std::string digits;
+  for (char c : hex)
+    if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  return bytes;
+}
+
+inline std::string hexOf(const std::vector<uint8_t>& bytes) {
+  static const char digits[] = "0123456789ABCDEF";
+  std::string hex;
+  for (uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
+  return hex;
+}
+
+// A row of each controller class: also the seeds of their damage test and of the fuzz corpus.
+const std::vector<ChunkCase>& controllerCases();
 
 class ChunkContract : public testing::TestWithParam<ChunkCase> {};
 

@@ -1,6 +1,5 @@
 #include "tests/persistence/contract.h"
 
-#include <cctype>
 #include <memory>
 
 #include "tests/support/heap_count.h"
@@ -8,22 +7,6 @@
 #include "tests/support/test_chunks.h"
 
 namespace tstest {
-
-std::vector<uint8_t> hexBytes(const std::string& hex) {
-  std::vector<uint8_t> bytes;
-  std::string digits;
-  for (char c : hex)
-    if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
-  for (size_t i = 0; i + 1 < digits.size(); i += 2) bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-  return bytes;
-}
-
-std::string hexOf(const std::vector<uint8_t>& bytes) {
-  static const char digits[] = "0123456789ABCDEF";
-  std::string hex;
-  for (uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
-  return hex;
-}
 
 namespace {
 
@@ -63,6 +46,9 @@ TEST_P(ChunkContract, AChunkOfAnotherVersionIsSkippedWhole) {
 }
 
 TEST_P(ChunkContract, EveryCutIsRefusedAndFreesWhatItRead) { expectEveryCutRefused(hexBytes(GetParam().file)); }
+
+// The controllers' rows are shared (see contract.h), so they are instantiated here.
+INSTANTIATE_TEST_SUITE_P(Controllers, ChunkContract, testing::ValuesIn(controllerCases()), CaseName());
 
 }  // namespace
 }  // namespace tstest

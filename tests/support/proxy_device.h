@@ -46,7 +46,6 @@ struct DeviceCall {
   bool operator==(const DeviceCall& other) const {
     return kind == other.kind && args == other.args && values == other.values && object == other.object;
   }
-  bool operator!=(const DeviceCall& other) const { return !(*this == other); }
 };
 
 // A call of kind with the given args, object and values.

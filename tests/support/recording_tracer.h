@@ -29,11 +29,7 @@ class RecordingTracer : public trace::Tracer {
 
   std::vector<Message> messages;
 
-  size_t count(char kind) const {
-    size_t n = 0;
-    for (const Message& m : messages) n += m.kind == kind;
-    return n;
-  }
+  size_t count(char kind) const { return texts(kind).size(); }
   std::vector<std::string> texts(char kind) const {
     std::vector<std::string> out;
     for (const Message& m : messages)

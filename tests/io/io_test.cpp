@@ -167,7 +167,9 @@ TEST(HostileFile, RandomDamageNeverBreaksTheReader) {
       EXPECT_EQ(tstest::storeToBytes(reread.get(), 0), again) << "round " << round;
     }
     // Many changes (a weight, a letter of a name) leave a plain file readable: that path is taken too.
-    if (mode == 0) EXPECT_GT(loaded, 100);
+    if (mode == 0) {
+      EXPECT_GT(loaded, 100);
+    }
   }
   EXPECT_EQ(Node::live, 0);
   EXPECT_EQ(Leaf::live, 0);

@@ -39,6 +39,9 @@ TEST(SceneTree, ChainsOfAnyDepthAreUpdatedAndStoredAndOnlyFilesBeyondTheCapAreRe
       EXPECT_EQ(leaf->worldMatrix._42, 2.0f);
       file = tstest::storeToBytes(&scene, 0);
     }
+    // Refused by the same check as one level past the cap; were that check broken, its stack
+    // overflow would end the run with status 0 under Wine and hide the failure.
+    if (depth == kDeepChain) continue;
     if (depth <= SceneHierarchy::kMaxTreeDepth) {
       const tstest::CountedRead read = tstest::readCounted(file);
       EXPECT_TRUE(read.loaded && read.boxes.empty() && read.leaked == 0);

@@ -31,8 +31,7 @@ TEST(Shapes, EveryShapeIsWellFormedAndFacesOutwards) {
     ASSERT_GT(shape.vertexCount(), 0u);
     ASSERT_LE(shape.vertexCount(), 65536u);
     ASSERT_EQ(shape.normals.size(), shape.positions.size());
-    ASSERT_EQ(shape.u.size(), shape.positions.size());
-    ASSERT_EQ(shape.v.size(), shape.positions.size());
+    ASSERT_TRUE(shape.u.size() == shape.positions.size() && shape.v.size() == shape.positions.size());
     for (uint32_t i = 0; i < shape.vertexCount(); ++i) {
       EXPECT_NEAR(D3DXVec3Length(&shape.normals[i]), 1.0f, 1e-5f) << "vertex " << i;
       EXPECT_TRUE(shape.u[i] >= 0.0f && shape.u[i] <= 1.0f && shape.v[i] >= 0.0f && shape.v[i] <= 1.0f) << i;

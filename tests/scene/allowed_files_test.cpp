@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -78,8 +77,8 @@ class AllowedFilesTest : public tstest::ContextTest {
     scene.clear(0.0f);
     scene.render();
     context->endScene();
-    const std::vector<uint32_t> pixels = readTarget(context->currentTarget->surface.get());
-    return pixels.empty() ? 0 : pixels[240 * 640 + 320] & 0xFFFFFFu;
+    readTarget();
+    return rgbAt(320, 240);
   }
 
   ULONG deviceReferences() {

@@ -14,7 +14,7 @@
 #include "scene/light.h"
 #include "scene/mesh.h"
 #include "scene/render_queue.h"
-#include "scene/scene_renderer.h"
+#include "renderers/scene_renderer.h"
 
 namespace ts3d {
 

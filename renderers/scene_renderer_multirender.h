@@ -1,0 +1,28 @@
+#pragma once
+
+#include <windows.h>
+#include <d3d9.h>
+
+#include "context/render_surface.h"
+#include "renderers/scene_renderer.h"
+
+namespace ts3d {
+
+class MaterialFX;
+
+// The base of the renderers that draw the scene into their own surfaces and finish with
+// full-screen passes of an effect.
+class SceneRendererMultirender : public SceneRenderer {
+ public:
+  // A quad over screenRect (x0, y0, x1, y1) with up to four texture rectangles (left, top,
+  // right, bottom; null: the set is unused). With an effect the corners are clip-space
+  // positions, -1, 1, 1, -1 being the whole viewport, drawn once per pass; without one they
+  // are pixels, drawn once with the states as they stand.
+  virtual void drawQuad(MaterialFX* effect, const float* screenRect, const float* tex0, const float* tex1,
+                        const float* tex2, const float* tex3);
+};
+
+// The texels of a viewport of a surface, aimed at texel centres: left, top, right, bottom.
+void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]);
+
+}  // namespace ts3d

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <set>
+#include <string_view>
 #include <utility>
 
 namespace fx {
@@ -162,7 +163,7 @@ class Lexer {
     }
     const char* first = text_.data() + start + (hex ? 2 : 0);
     const char* last = text_.data() + pos_;
-    if (pos_ < text_.size() && std::strchr("fFhHlLuU", text_[pos_])) ++pos_;
+    if (pos_ < text_.size() && std::string_view("fFhHlLuU").find(text_[pos_]) != std::string_view::npos) ++pos_;
     if (pos_ < text_.size() && isIdentifierChar(text_[pos_])) fail("malformed number");
     token.text = text_.substr(start, pos_ - start);
     if (token.integral) {
@@ -316,13 +317,15 @@ class Parser {
     expect(';');
   }
 
+  // A declaration ends at its ';', a definition with its body.
   void function() {
     skipGroup('(', ')');
-    while (!is('{') && !accept(';')) {
+    while (!is('{')) {
+      if (accept(';')) return;
       if (token_.kind == Token::End || is('}')) fail("expected a function body");
       advance();
     }
-    if (is('{')) skipGroup('{', '}');
+    skipGroup('{', '}');
   }
 
   void skipStatement() {
@@ -413,7 +416,8 @@ class Parser {
     uint32_t number = 0;
     const char* last = binding.data() + binding.size();
     const auto [end, error] = std::from_chars(binding.data() + 1, last, number);
-    if (!std::strchr("cbis", kind) || end != last || error != std::errc() || binding.size() < 2 || number >= kMaxItems) {
+    if (std::string_view("cbis").find(kind) == std::string_view::npos || end != last || error != std::errc() ||
+        number >= kMaxItems) {
       fail("unknown register '" + binding + "'");
     }
     parameter.registerKind = kind;

@@ -316,10 +316,10 @@ TEST_F(EffectPixels, HostileEffectsLeaveTheMaterialInvalidWithAMessage) {
 }
 
 // Draws what is inside it into a surface of its own, cleared to its colour, then copies that
-// surface into the middle half of the target it found.
+// surface into the top left quarter of the target it found.
 class FramingRenderer : public SceneRendererMultirender {
  public:
-  FramingRenderer(const color& fill, MaterialFX* copy) : fill(fill), copy(copy) {
+  FramingRenderer(const color& colour, MaterialFX* copier) : fill(colour), copy(copier) {
     surface.reset(RenderSurface::create(640, 480, true, true));
   }
   bool load(tsio::InStream&) override { return false; }
@@ -335,9 +335,9 @@ class FramingRenderer : public SceneRendererMultirender {
     context->setRenderTarget(saved);
     float rect[4];
     textureRect(*surface, surface->viewport, rect);
-    const float middle[4] = {-0.5f, 0.5f, 0.5f, -0.5f};
+    const float quarter[4] = {-1.0f, 1.0f, 0.0f, 0.0f};
     copy->setTextureParameter("Picture") = surface->texture.get();
-    drawQuad(copy, middle, rect, nullptr, nullptr, nullptr);
+    drawQuad(copy, quarter, rect, nullptr, nullptr, nullptr);
   }
 
  private:
@@ -359,12 +359,12 @@ TEST_F(EffectPixels, AnInnerRendererDrawsInsideTheOuterOnesSurface) {
   scene.render();
   context->endScene();
   readTarget();
-  // The outer copy covers 160..480 x 120..360, the inner one the middle half of that.
+  // The outer copy covers 0..320 x 0..240, the inner one the top left quarter of that.
   const struct {
     unsigned int x, y;
     int r, g, b;
-  } probes[] = {{50, 50, 0, 0, 0}, {200, 150, 0, 255, 0}, {440, 330, 0, 255, 0}, {320, 240, 255, 0, 0},
-                {250, 190, 255, 0, 0}, {390, 290, 255, 0, 0}, {230, 240, 0, 255, 0}};
+  } probes[] = {{10, 10, 255, 0, 0},  {150, 110, 255, 0, 0}, {170, 10, 0, 255, 0}, {10, 130, 0, 255, 0},
+                {300, 220, 0, 255, 0}, {340, 100, 0, 0, 0},  {100, 260, 0, 0, 0}, {600, 400, 0, 0, 0}};
   for (const auto& probe : probes) {
     EXPECT_TRUE(tstest::pixelNear(rgbAt(probe.x, probe.y), probe.r, probe.g, probe.b))
         << probe.x << "," << probe.y << ": " << std::hex << rgbAt(probe.x, probe.y);

@@ -1,9 +1,12 @@
 // The effect-file parser on one effect that uses every construct, and on texts it refuses.
 #include "gfxhelper/effect_source.h"
+#include "gfxhelper/shader_asm.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <tuple>
 
 namespace {
@@ -145,3 +148,29 @@ TEST(EffectSource, RefusesWithTheLine) {
 }
 
 }  // namespace
+
+#if defined(TS_EFFECT_SOURCES)
+// The module's own effect sources parse, and every shader in them assembles.
+TEST(EffectSources, EveryShaderOfTheBuiltInSourcesAssembles) {
+  for (const char* name : {"depth_of_field.fx", "blur.fx", "channels.fx"}) {
+    std::ifstream file(std::string(TS_EFFECT_SOURCES) + "/" + name, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    fx::EffectSource effect;
+    std::string error;
+    ASSERT_TRUE(fx::parseEffect(text, effect, error)) << name << ": " << error;
+    int shaders = 0;
+    for (const fx::Technique& technique : effect.techniques) {
+      for (const fx::Pass& pass : technique.passes) {
+        for (const fx::StateAssignment& state : pass.states) {
+          if (state.value.kind != fx::Value::Assembly) continue;
+          std::vector<uint32_t> tokens;
+          EXPECT_TRUE(fx::assembleShader(state.value.text, tokens, error, state.value.line))
+              << name << " " << technique.name << ": " << error;
+          ++shaders;
+        }
+      }
+    }
+    EXPECT_GE(shaders, 4) << name;
+  }
+}
+#endif

@@ -50,13 +50,14 @@ technique fixed {
 }
 )";
 
-// The same white triangle, once placed by a vertex shader from WORLDVIEWPROJECTION and
-// once by the fixed-function transforms.
+// The same white triangle, placed from WORLDVIEWPROJECTION by an assembled vertex shader
+// and by a compiled one, and by the fixed-function transforms.
 const char* const kPlacement = R"(
-float4x4 Transform : WORLDVIEWPROJECTION : register(vs, c0);
+float4x4 Transform : WORLDVIEWPROJECTION;
 technique byShader {
   pass P0 {
     CullMode = None;
+    VertexShaderConstant4[0] = <Transform>;
     VertexShader = asm {
       vs_1_1
       dcl_position v0
@@ -67,6 +68,15 @@ technique byShader {
       def c0, 1, 1, 1, 1
       mov r0, c0
     };
+  }
+}
+float4 Place(float4 position : POSITION) : POSITION { return mul(position, Transform); }
+float4 White() : COLOR { return float4(1, 1, 1, 1); }
+technique byCompiler {
+  pass P0 {
+    CullMode = None;
+    VertexShader = compile vs_2_0 Place();
+    PixelShader = compile ps_2_0 White();
   }
 }
 technique byPipeline {
@@ -221,9 +231,9 @@ TEST_F(EffectPixels, WorldViewProjectionPlacesAShadedObjectWhereThePipelineDoes)
   context->device->SetTransform(D3DTS_PROJECTION, &projection);
 
   const float triangle[3][3] = {{-1, -1, 0}, {1, -1, 0}, {0, 1.5f, 0}};
-  std::array<int, 4> boxes[2];
-  const char* techniques[2] = {"byShader", "byPipeline"};
-  for (int i = 0; i < 2; ++i) {
+  std::array<int, 4> boxes[3];
+  const char* techniques[3] = {"byShader", "byCompiler", "byPipeline"};
+  for (int i = 0; i < 3; ++i) {
     material->setTechnique(techniques[i]);
     context->setClearColor(color(0, 0, 0, 1));
     context->beginScene();
@@ -239,8 +249,11 @@ TEST_F(EffectPixels, WorldViewProjectionPlacesAShadedObjectWhereThePipelineDoes)
     readTarget();
     boxes[i] = litBox();
   }
-  ASSERT_GE(boxes[1][2], boxes[1][0]) << "the pipeline drew nothing";
-  for (int edge = 0; edge < 4; ++edge) EXPECT_NEAR(boxes[0][edge], boxes[1][edge], 1) << "edge " << edge;
+  ASSERT_GE(boxes[2][2], boxes[2][0]) << "the pipeline drew nothing";
+  for (int edge = 0; edge < 4; ++edge) {
+    EXPECT_NEAR(boxes[0][edge], boxes[2][edge], 1) << "assembled, edge " << edge;
+    EXPECT_NEAR(boxes[1][edge], boxes[2][edge], 1) << "compiled, edge " << edge;
+  }
 }
 
 TEST_F(EffectPixels, TheBaseMaterialsStagesAreOnTheDeviceWhenTheEffectBegins) {

@@ -232,23 +232,22 @@ class Parser {
  public:
   explicit Parser(const std::string& text) : lexer_(text) { advance(); }
 
-  // Fills everything but `hlsl`; gives the byte ranges of the techniques.
+  // Fills everything but `hlsl`; gives the byte ranges that `hlsl` leaves out.
   std::vector<std::pair<size_t, size_t>> parse(EffectSource& effect) {
-    std::vector<std::pair<size_t, size_t>> techniques;
     while (token_.kind != Token::End) {
       if (accept(';')) continue;
       if (isKeyword("technique")) {
         const size_t start = token_.offset;
         effect.techniques.push_back(technique());
         limit(effect.techniques.size(), "techniques");
-        techniques.emplace_back(start, consumedEnd_);
+        effectOnly_.emplace_back(start, consumedEnd_);
       } else if (isKeyword("struct")) {
         structure();
       } else {
         declaration(effect.parameters);
       }
     }
-    return techniques;
+    return std::move(effectOnly_);
   }
 
  private:
@@ -378,8 +377,11 @@ class Parser {
       expect(']');
     }
     bindings(parameter);
+    // Annotations and initial values are the effect's business: the compiler doesn't see them.
+    const size_t start = token_.offset;
     if (is('<')) annotations(parameter.annotations);
     if (accept('=')) initialiser(parameter);
+    if (consumedEnd_ > start) effectOnly_.emplace_back(start, consumedEnd_);
     bindings(parameter);
   }
 
@@ -582,6 +584,7 @@ class Parser {
   Lexer lexer_;
   Token token_;
   size_t consumedEnd_ = 0;  // where the last token taken ends
+  std::vector<std::pair<size_t, size_t>> effectOnly_;  // techniques, parameters' annotations and values
   std::set<std::string> structures_;
 };
 
@@ -591,9 +594,9 @@ bool parseEffect(const std::string& text, EffectSource& effect, std::string& err
   effect = EffectSource();
   try {
     if (text.size() > kMaxTextBytes) throw ParseError{1, "file too large"};
-    const auto techniques = Parser(text).parse(effect);
+    const auto effectOnly = Parser(text).parse(effect);
     effect.hlsl = text;
-    for (const auto& [start, end] : techniques) {
+    for (const auto& [start, end] : effectOnly) {
       for (size_t i = start; i < end; ++i) {
         if (text[i] != '\n' && text[i] != '\r') effect.hlsl[i] = ' ';
       }

@@ -78,8 +78,10 @@ struct Technique {
 struct EffectSource {
   std::vector<Parameter> parameters;  // in source order; `static` globals are not parameters
   std::vector<Technique> techniques;  // in source order
-  // The source with every technique blanked to spaces, line breaks kept: what an HLSL
-  // compiler gets for the functions that `compile` entries name.
+  // The source with every technique and the parameters' annotations and initial values
+  // blanked to spaces, line breaks kept: what an HLSL compiler gets for the functions that
+  // `compile` entries name. The effect sets parameter values itself, and some compilers
+  // (Wine's) take neither annotations nor initial values.
   std::string hlsl;
 };
 

@@ -111,9 +111,16 @@ TEST(EffectSource, ReadsEveryConstruct) {
   EXPECT_EQ(compiled.profile, "ps_2_0");
   EXPECT_EQ(compiled.text, "Shade");
 
-  // The HLSL text is the source up to the first technique, then blanks that keep the lines.
+  // The HLSL text keeps declarations and functions, blanks what only the effect reads
+  // (annotations, initial values, techniques) and keeps the lines.
   const size_t techniques = kEffect.find("technique");
-  EXPECT_EQ(effect.hlsl.substr(0, techniques), kEffect.substr(0, techniques));
+  for (const char* kept : {"static const float Pi = 3.14;", "return tex2D(DiffuseSampler, uv) * Tint * Fade;",
+                           "uniform const float4 Tint : COLOR ", "sampler2D DiffuseSampler : register(s1) "}) {
+    EXPECT_NE(effect.hlsl.find(kept), std::string::npos) << kept;
+  }
+  for (const char* gone : {"UIName", "ResourceName", "sampler_state", "= {1", "= -0.5", "= 3;"}) {
+    EXPECT_EQ(effect.hlsl.find(gone), std::string::npos) << gone;
+  }
   EXPECT_EQ(effect.hlsl.size(), kEffect.size());
   EXPECT_EQ(effect.hlsl.find_first_not_of(" \n", techniques), std::string::npos);
   EXPECT_EQ(std::count(effect.hlsl.begin(), effect.hlsl.end(), '\n'), std::count(kEffect.begin(), kEffect.end(), '\n'));

@@ -71,7 +71,8 @@ technique byShader {
   }
 }
 float4 Place(float4 position : POSITION) : POSITION { return mul(position, Transform); }
-float4 White() : COLOR { return float4(1, 1, 1, 1); }
+float4 Paint = {1, 1, 1, 1};
+float4 White() : COLOR { return Paint; }
 technique byCompiler {
   pass P0 {
     CullMode = None;
@@ -316,6 +317,11 @@ TEST_F(EffectPixels, HostileEffectsLeaveTheMaterialInvalidWithAMessage) {
        }()},
       {"binary", std::string("\x01\xff\x00\x7f{<>;", 8)},
   };
+  auto deviceReferences = [this] {
+    context->device->AddRef();
+    return context->device->Release();
+  };
+  const ULONG references = deviceReferences();
   for (const auto& row : rows) {
     tstest::RecordingTracer tracer;
     auto material = load(row.text);
@@ -325,6 +331,8 @@ TEST_F(EffectPixels, HostileEffectsLeaveTheMaterialInvalidWithAMessage) {
     EXPECT_FALSE(context->effectActive) << row.name;
     ASSERT_FALSE(tracer.texts('l').empty()) << row.name;
     EXPECT_NE(tracer.texts('l').back().find("line"), std::string::npos) << row.name << ": " << tracer.texts('l').back();
+    material.reset();
+    EXPECT_EQ(deviceReferences(), references) << row.name << ": an effect kept the device";
   }
 }
 

@@ -349,7 +349,7 @@ class LineAssembler {
   bool allowed(uint32_t versions) const { return (versions & version_.bit) != 0; }
   bool major2() const { return allowed(kVs20 | kPs20); }
 
-  bool instruction(const std::string& mnemonic, const std::vector<std::string>& operands, bool coIssue);
+  bool instruction(const std::vector<std::string>& parts, const std::vector<std::string>& operands, bool coIssue);
   bool declaration(const std::vector<std::string>& parts, const std::vector<std::string>& operands);
   bool definition(const std::string& mnemonic, const std::vector<std::string>& operands);
 
@@ -394,12 +394,14 @@ bool LineAssembler::assemble(const std::string& line) {
 
   const std::vector<std::string> parts = split(mnemonic, '_');
   if (parts[0] == "dcl") return declaration(parts, operands);
-  if (parts[0] == "def" || parts[0] == "defi" || parts[0] == "defb") return definition(mnemonic, operands);
-  return instruction(mnemonic, operands, coIssue);
+  if (parts[0] == "def" || parts[0] == "defi" || parts[0] == "defb") {
+    return parts.size() == 1 ? definition(mnemonic, operands) : fail("'" + parts[0] + "' takes no modifiers");
+  }
+  return instruction(parts, operands, coIssue);
 }
 
-bool LineAssembler::instruction(const std::string& mnemonic, const std::vector<std::string>& operands, bool coIssue) {
-  const std::vector<std::string> parts = split(mnemonic, '_');
+bool LineAssembler::instruction(const std::vector<std::string>& parts, const std::vector<std::string>& operands,
+                                bool coIssue) {
   const Instruction* found = nullptr;
   bool known = false;
   for (const Instruction& candidate : kInstructions) {

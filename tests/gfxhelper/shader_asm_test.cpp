@@ -6,10 +6,6 @@
 
 #include "gfxhelper/shader_asm.h"
 
-#ifdef _WIN32
-#include "tests/device/test_device.h"
-#endif
-
 namespace {
 
 struct Assembled {
@@ -165,22 +161,5 @@ TEST(ShaderAsm, ReadsTheConstantTable) {
   overrun[6] = 3;
   EXPECT_FALSE(fx::readConstantTable(overrun.data(), overrun.size(), constants));
 }
-
-#ifdef _WIN32
-// The device takes every assembled row: the driver parses the same token layout.
-TEST(ShaderAsm, DeviceCreatesEachVersion) {
-  tstest::TestDevice device;
-  ASSERT_TRUE(device.ok());
-  for (const Assembled& row : kAssembled) {
-    const auto* tokens = reinterpret_cast<const DWORD*>(row.tokens.data());
-    platform::ComPtr<IDirect3DVertexShader9> vertex;
-    platform::ComPtr<IDirect3DPixelShader9> pixel;
-    const HRESULT result = (row.tokens[0] >> 16) == 0xFFFE
-                               ? device.get()->CreateVertexShader(tokens, vertex.out())
-                               : device.get()->CreatePixelShader(tokens, pixel.out());
-    EXPECT_EQ(result, D3D_OK) << row.text;
-  }
-}
-#endif
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <d3dcompiler.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -13,6 +12,7 @@
 #include "gfxhelper/effect_source.h"
 #include "gfxhelper/shader_asm.h"
 #include "io/trace.h"
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
 
 namespace {
@@ -278,38 +278,19 @@ class ShaderCompiler {
   }
 };
 
-// COM objects go through Release, never delete: the interfaces' destructors stay non-virtual.
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-#endif
-class TextBuffer final : public ID3DXBuffer {
+class TextBuffer final : public platform::ComObject<TextBuffer, ID3DXBuffer> {
  public:
   explicit TextBuffer(std::string value) : text(std::move(value)) {}
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (!IsEqualIID(iid, IID_IUnknown)) return E_NOINTERFACE;
-    AddRef();
-    *object = this;
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    ULONG left = --references;
-    if (left == 0) delete this;
-    return left;
-  }
   LPVOID STDMETHODCALLTYPE GetBufferPointer() override { return text.data(); }
   DWORD STDMETHODCALLTYPE GetBufferSize() override { return static_cast<DWORD>(text.size() + 1); }
 
  private:
+  friend class platform::ComObject<TextBuffer, ID3DXBuffer>;
   ~TextBuffer() = default;
-  std::atomic<ULONG> references{1};
   std::string text;
 };
 
-class Effect final : public ID3DXEffect {
+class Effect final : public platform::ComObject<Effect, ID3DXEffect> {
  public:
   Effect(IDirect3DDevice9* owner, std::string name) : device(owner), sourceName(std::move(name)) {
     device->AddRef();
@@ -318,21 +299,6 @@ class Effect final : public ID3DXEffect {
 
   // Builds every technique; false only when the text doesn't parse.
   bool build(const std::string& text, const D3DXMACRO* defines, std::string& error);
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    if (!IsEqualIID(iid, IID_IUnknown)) return E_NOINTERFACE;
-    AddRef();
-    *object = this;
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    ULONG left = --references;
-    if (left == 0) delete this;
-    return left;
-  }
 
   HRESULT STDMETHODCALLTYPE GetParameterDesc(D3DXHANDLE handle, D3DXPARAMETER_DESC* desc) override;
   HRESULT STDMETHODCALLTYPE GetTechniqueDesc(D3DXHANDLE handle, D3DXTECHNIQUE_DESC* desc) override;
@@ -357,6 +323,7 @@ class Effect final : public ID3DXEffect {
   HRESULT STDMETHODCALLTYPE End() override;
 
  private:
+  friend class platform::ComObject<Effect, ID3DXEffect>;
   ~Effect() { device->Release(); }
 
   Parameter* parameterOf(D3DXHANDLE handle);
@@ -380,7 +347,6 @@ class Effect final : public ID3DXEffect {
   void uploadConstants(const Binding& binding);
   void recordSavedStates(TechniqueSlot& technique);
 
-  std::atomic<ULONG> references{1};
   IDirect3DDevice9* device;
   D3DCAPS9 caps{};
   std::string sourceName;
@@ -392,10 +358,6 @@ class Effect final : public ID3DXEffect {
   bool saveOnEnd = false;
   const PassSlot* activePass = nullptr;
 };
-
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
 bool Effect::build(const std::string& text, const D3DXMACRO* defines, std::string& error) {
   fx::EffectSource source;

@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
 
 namespace {
@@ -22,9 +23,6 @@ constexpr int kCodes = 256;
 constexpr int kPad = 1;
 // Quads per DrawPrimitiveUP call, well below any device's primitive limit.
 constexpr size_t kQuadsPerBatch = 2000;
-
-// IUnknown's interface id; a constant here rather than a link against uuid.lib.
-const GUID kIidUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 struct Glyph {
   int left = 0;     // the cell's left edge relative to the pen; <= 0 for overhangs
@@ -53,7 +51,7 @@ size_t textLength(const char* text, INT count) {
 
 bool isLineBreak(char c) { return c == '\n' || c == '\r'; }
 
-class Font final : public ID3DXFont {
+class Font final : public platform::ComObject<Font, ID3DXFont> {
  public:
   Font(IDirect3DDevice9* device, const D3DXFONT_DESCA& desc) : desc_(desc) {
     device->AddRef();
@@ -63,23 +61,6 @@ class Font final : public ID3DXFont {
   Font& operator=(const Font&) = delete;
 
   HRESULT create();
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    if (!object) return E_POINTER;
-    if (IsEqualGUID(iid, kIidUnknown)) {
-      *object = static_cast<IUnknown*>(this);
-      AddRef();
-      return S_OK;
-    }
-    *object = nullptr;
-    return E_NOINTERFACE;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --refs_;
-    if (left == 0) delete this;
-    return left;
-  }
 
   HRESULT STDMETHODCALLTYPE GetDevice(IDirect3DDevice9** device) override {
     if (!device) return D3DERR_INVALIDCALL;
@@ -118,13 +99,13 @@ class Font final : public ID3DXFont {
   HRESULT STDMETHODCALLTYPE OnResetDevice() override { return D3D_OK; }
 
  private:
+  friend class platform::ComObject<Font, ID3DXFont>;
   ~Font();
 
   HRESULT rasterise(UINT code);
   long long lineWidth(const char* begin, const char* end) const;
   void drawQuads(const std::vector<Vertex>& vertices);
 
-  ULONG refs_ = 1;
   platform::ComPtr<IDirect3DDevice9> device_;
   D3DXFONT_DESCA desc_;
 

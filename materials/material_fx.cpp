@@ -11,12 +11,24 @@ MaterialFX* MaterialFX::createFromResource(uint32_t resourceId) {
   return material;
 }
 
+Material* MaterialFX::base() {
+  // Longer chains than this are loops that don't pass through here.
+  constexpr int kMaxChain = 64;
+  Material* link = baseMaterial;
+  for (int step = 0; link; ++step) {
+    if (link == this || step == kMaxChain) return nullptr;
+    auto* effectLink = dynamic_cast<MaterialFX*>(link);
+    link = effectLink ? effectLink->baseMaterial : nullptr;
+  }
+  return baseMaterial;
+}
+
 void MaterialFX::update(float time) {
-  if (baseMaterial) baseMaterial->update(time);
+  if (Material* under = base()) under->update(time);
 }
 
 void MaterialFX::prepare() {
-  if (baseMaterial) baseMaterial->prepare();
+  if (Material* under = base()) under->prepare();
 }
 
 void MaterialFX::createResources() {
@@ -37,7 +49,7 @@ void MaterialFX::createResources() {
   // A source that gives no effect at all leaves the material invalid.
   if (effect && SUCCEEDED(effect->FindNextValidTechnique(nullptr, &technique))) {
     valid = SUCCEEDED(effect->ValidateTechnique(technique)) && technique != nullptr;
-    if (baseMaterial) baseMaterial->createResources();
+    if (Material* under = base()) under->createResources();
   }
 }
 
@@ -53,9 +65,9 @@ bool MaterialFX::isTechnique(const std::string& name) {
 
 uint32_t MaterialFX::beginPasses(uint32_t) {
   Context* context = Context::instance;
-  if (baseMaterial) {
-    baseMaterial->beginPasses(0);
-    baseMaterial->applyPass(0);
+  if (Material* under = base()) {
+    under->beginPasses(0);
+    under->applyPass(0);
   } else if (context) {
     context->resetMaterial();
   }

@@ -67,6 +67,11 @@ class MaterialFX : public Material {
   std::string fileName;
   Material* baseMaterial = nullptr;  // not owned
   bool valid = false;
+
+ private:
+  // The base, unless following bases from it comes back here: a file may chain effect
+  // materials into a loop, which would recurse without end. Such a material runs baseless.
+  Material* base();
 };
 
 // Feeds the matrices of each drawn object to an effect material; sits in the modifier stack

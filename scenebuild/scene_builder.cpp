@@ -93,6 +93,14 @@ ts3d::MaterialSimple* SceneBuilder::material(const MaterialSettings& settings) {
   return made;
 }
 
+ts3d::MaterialFX* SceneBuilder::effectMaterial(const std::string& path, ts3d::Material* base) {
+  auto* made = new ts3d::MaterialFX;
+  made->fileName = path;
+  made->baseMaterial = base;
+  built->materials.push_back(made);
+  return made;
+}
+
 ts3d::TextureStage* SceneBuilder::stage(ts3d::MaterialSimple* material, ts3d::Texture* texture,
                                         ControllerBase<float>* offsetU) {
   auto* made = new ts3d::TextureStage;

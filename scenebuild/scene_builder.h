@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "geometry/geometry_simple.h"
+#include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
@@ -80,6 +81,9 @@ class SceneBuilder {
   // A texture that names a file, read when the device exists.
   ts3d::TextureBitmapFile* textureFile(const std::string& path);
   ts3d::MaterialSimple* material(const MaterialSettings& settings);
+  // A material that runs the effect file at path, read when the device exists; base (may be
+  // null) prepares the fixed-function state under the effect.
+  ts3d::MaterialFX* effectMaterial(const std::string& path, ts3d::Material* base = nullptr);
   // Appends a stage that modulates the texture with the lit colour; offsetU (taken over, may
   // be null) slides the texture along u.
   ts3d::TextureStage* stage(ts3d::MaterialSimple* material, ts3d::Texture* texture,

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
@@ -48,6 +49,14 @@ tsio::Serializable* bitmapFile(bool embedded) {
   return texture;
 }
 
+// Its base is itself: a reference word, with nothing left unowned by a file of one object.
+tsio::Serializable* sampleEffect() {
+  auto* material = new MaterialFX;
+  material->fileName = "a.fx";
+  material->baseMaterial = material;
+  return material;
+}
+
 // Diffuse, ambient, specular and emissive as colour constants, then the power of 2.
 const std::string kMaterialColours =
     "4343434F 0100 0100 10000000 | 0000803F 00000000 00000000 00000000 |"
@@ -87,6 +96,8 @@ const ChunkCase kMaterials[] = {
     chunkCase<TextureBitmapFile>(
         "TextureBitmapFileEmbedded", [] { return bitmapFile(true); },
         "4E4F4E45 | 54584246 0100 0000 0B000000 | 03000000 | 03000000 | 010203", 1, 1),
+    chunkCase<MaterialFX>("MaterialFX", sampleEffect, "4E4F4E45 | 4D544658 0100 0000 09000000 | 612E667800 | 00000080",
+                          0, kAnyVersion),
 };
 
 INSTANTIATE_TEST_SUITE_P(Materials, ChunkContract, testing::ValuesIn(kMaterials), CaseName());

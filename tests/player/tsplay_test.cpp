@@ -6,8 +6,10 @@
 #include <string>
 
 #include "gfxhelper/image_decode.h"
+#include "scenebuild/scene_builder.h"
 #include "tests/device/test_device.h"
 #include "tests/player/player_files.h"
+#include "tests/renderers/effect_sources.h"
 
 namespace {
 
@@ -112,6 +114,29 @@ TEST(Tsplay, DriverBoxesAndUndecodableImagesBecomeLinesOnStderrOffline) {
       "tsplay: " + project + ":3: the driver cannot load the data file '" + scratch + "\\scene.ts2'\n";
   EXPECT_EQ(err, box + warning + stop);
   EXPECT_EQ(GetFileAttributesA(frames.c_str()), INVALID_FILE_ATTRIBUTES) << "nothing is written";
+}
+
+TEST(Tsplay, PlaysASceneWhoseMeshRunsTheEffectFileBesideIt) {
+  const std::string scratch = player_files::scratchFolder("tsplay_effect"), frames = scratch + "\\frames";
+  scenebuild::SceneBuilder builder;
+  ts3d::HierarchyNode* eye = builder.node(builder.root(), ts3d::vect3(0, -10, 0));
+  builder.aim(eye, builder.root());
+  builder.camera(eye, 0.9f);
+  const std::string effect = player_files::write(scratch, "tint.fx", tstest::kTwoTechniques);
+  builder.mesh(builder.root(), scenebuild::box(4, 4, 4), builder.effectMaterial(effect, builder.material({})));
+  std::string error;
+  ASSERT_TRUE(builder.write(scratch + "\\scene.ts2", 0, &error)) << error;
+  const std::string project = player_files::write(scratch, "effect.xml", R"(<project>
+  <data name="scene" path="scene.ts2"/>
+  <layer><effect type="fx_simple_scene" start="0" length="1"><param name="data" value="scene"/></effect></layer>
+</project>
+)");
+  std::string err;
+  ASSERT_EQ(runTsplay("\"" + project + "\" --offline \"" + frames + "\" --size 64x48", scratch, err), 0u) << err;
+  // The box in the middle shows the shader's colour; the corners keep the clear colour.
+  const std::string frame = frames + "\\frame_00000.png";
+  EXPECT_TRUE(tstest::pixelNear(pngPixel(frame, 32, 24), 0, 255, 0)) << std::hex << pngPixel(frame, 32, 24);
+  EXPECT_TRUE(tstest::pixelNear(pngPixel(frame, 0, 0), 0, 0, 255)) << std::hex << pngPixel(frame, 0, 0);
 }
 
 }  // namespace

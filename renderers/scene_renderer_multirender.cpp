@@ -4,6 +4,8 @@
 
 #include "context/context.h"
 #include "materials/material_fx.h"
+#include "scene/camera.h"
+#include "scene/scene_hierarchy.h"
 
 namespace ts3d {
 
@@ -51,6 +53,12 @@ void SceneRendererMultirender::drawQuad(MaterialFX* effect, const float* screenR
     context->drawDynamicVertices(D3DPT_TRIANGLESTRIP, 0, 2);
   }
   effect->endPasses();
+}
+
+void SceneRendererMultirender::drawPlain(SceneHierarchy& scene, Camera* camera) {
+  if (camera) camera->apply();
+  scene.clear(camera, Context::ClearTarget, true);
+  scene.render();
 }
 
 void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]) {

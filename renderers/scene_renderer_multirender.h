@@ -20,6 +20,11 @@ class SceneRendererMultirender : public SceneRenderer {
   // are pixels, drawn once with the states as they stand.
   virtual void drawQuad(MaterialFX* effect, const float* screenRect, const float* tex0, const float* tex1,
                         const float* tex2, const float* tex3);
+
+ protected:
+  // What a renderer without its resources gets: the scene drawn as it stands, into the
+  // current target.
+  static void drawPlain(SceneHierarchy& scene, Camera* camera);
 };
 
 // The texels of a viewport of a surface, aimed at texel centres: left, top, right, bottom.

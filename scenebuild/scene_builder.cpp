@@ -163,6 +163,22 @@ ts3d::LightOmni* SceneBuilder::light(ts3d::HierarchyNode* node, const color& dif
   return made;
 }
 
+ts3d::SceneRendererDOF* SceneBuilder::depthOfField(ts3d::Camera* camera, ControllerBase<float>* focusScale,
+                                                   ControllerBase<float>* focusDistance) {
+  ts3d::SceneRendererDOF* renderer = nullptr;
+  for (ts3d::SceneRenderer* member : built->renderers)
+    if (auto* found = dynamic_cast<ts3d::SceneRendererDOF*>(member)) renderer = found;
+  if (!renderer) {
+    renderer = new ts3d::SceneRendererDOF;
+    built->renderers.push_back(renderer);
+  }
+  // The renderer only points at its focus controllers.
+  for (ControllerBase<float>* focus : {focusScale, focusDistance})
+    if (focus) built->keep(focus);
+  renderer->cameras[camera] = {focusScale, focusDistance};
+  return renderer;
+}
+
 ts3d::SceneHierarchy* SceneBuilder::release() {
   ts3d::SceneHierarchy* taken = built;
   built = nullptr;

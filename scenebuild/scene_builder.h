@@ -15,6 +15,7 @@
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
+#include "renderers/scene_renderer_dof.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -95,6 +96,10 @@ class SceneBuilder {
                              float farPlane = 1000.0f);
   ts3d::LightOmni* light(ts3d::HierarchyNode* node, const ts3d::color& diffuse, float range,
                          const ts3d::color& ambient = ts3d::color(0, 0, 0, 0));
+  // Depth of field for camera, appended to the renderers (one renderer serves every camera
+  // given); the focus controllers (taken over) may be null.
+  ts3d::SceneRendererDOF* depthOfField(ts3d::Camera* camera, ts3d::controller::ControllerBase<float>* focusScale,
+                                       ts3d::controller::ControllerBase<float>* focusDistance);
 
   ts3d::SceneHierarchy* scene() { return built; }
   // Hands the scene over; the builder holds nothing afterwards.

@@ -1,5 +1,6 @@
 #include "geometry/geometry_simple.h"
 #include "geometry/modifier_stack.h"
+#include "renderers/scene_renderer_dof.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -160,6 +161,27 @@ const ChunkCase kSceneChunks[] = {
         "01000000 | 4C544F4D 0100 0500 2C000000 02000080 00000000 00000000 00000000 00000000 00000000 00000000"
         "           00000000 | 01000000 03000080 | 00000000 |"
         "05000080 | 01000000 00000000 | 01000000 00000000 | 00000000 | 01000000 00000000",
+        0, 2),
+    chunkCase<SceneHierarchy>(
+        "DepthOfFieldInScene",
+        [] {
+          // The renderer only points at its camera and controllers: the scene holds them.
+          auto* scene = new SceneHierarchy;
+          auto* scale = new Const<float>(2.0f);
+          auto* distance = new Const<float>(10.0f);
+          scene->keep(scale);
+          scene->keep(distance);
+          scene->cameras = {new CameraSimple};
+          auto* renderer = new SceneRendererDOF;
+          renderer->cameras[scene->cameras[0]] = {scale, distance};
+          scene->renderers = {renderer};
+          return scene;
+        },
+        "4E4F4E45 | 53434845 0200 0000 88000000 | 00000000 | 00000000 | 00000000 | 00000000 |"
+        "01000000 | 6341534D 0100 0100 18000000 00000000 00000000 00000000 00000000 00000000 00000000 |"
+        "00000000 | 00000000 | 00000000 | 00000000 | 00000000 | 00000000 |"
+        "01000000 | 53524446 0100 0200 28000000 | 01000000 | 01000080 |"
+        "4343464C 0100 0300 04000000 00000040 | 4343464C 0100 0400 04000000 00002041",
         0, 2),
 };
 

@@ -1,10 +1,14 @@
 // Writes the project that ./run plays when it is given none: an animated scene (a camera
-// moving through lit, textured meshes on a turning carousel, a light circling them), a
-// bitmap fading in and out over it, and colour fades at both ends. Everything is made here
-// in code: the scene through the scene builder, the images pixel by pixel.
+// moving through lit, textured meshes on a turning carousel, a light circling them) with a
+// stretch blurred by the bloom renderer and one colour-graded through a gradient image; a
+// second scene seen through a lens whose focus moves from the nearest pillar of a row to
+// the farthest and back; a bitmap fading in and out over it all, and colour fades at both
+// ends. Everything is made here in code: the scenes through the scene builder, the images
+// pixel by pixel.
 //
-// usage: make_default_project FOLDER   (writes default.ts2, title.png, default.xml, and
-// scene_only.xml, the scene layer alone, which ./bench plays beside the whole project)
+// usage: make_default_project FOLDER   (writes default.ts2, lens.ts2, title.png, grade.png,
+// default.xml, and scene_only.xml, the first scene alone, which ./bench plays beside the
+// whole project)
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -25,7 +29,7 @@ using ts3d::quat;
 using ts3d::vect3;
 
 constexpr float kPi = 3.14159265f;
-constexpr float kSeconds = 12.0f;  // the length of the project
+constexpr float kSeconds = 12.0f;  // the length of the flight; the lens follows it
 
 // An image of size x size pixels from a colour function of (x, y) in 0..1.
 template <class Colour>
@@ -145,6 +149,43 @@ void buildScene(scenebuild::SceneBuilder& builder) {
   builder.camera(eye, 0.9f, 0.5f, 300.0f);
 }
 
+// A row of pillars going away from the camera; the lens's focus travels from the nearest
+// (6 units away) to the farthest (42) and back over 4 seconds.
+void buildLensScene(scenebuild::SceneBuilder& builder) {
+  ts3d::HierarchyNode* root = builder.root();
+  ts3d::Texture* tiles = builder.texture(pngOf(64, 64, [](float u, float v) {
+    const bool dark = (static_cast<int>(u * 4.0f) + static_cast<int>(v * 4.0f)) % 2 != 0;
+    return dark ? rgb(0.2f, 0.22f, 0.25f) : rgb(0.75f, 0.72f, 0.65f);
+  }));
+  ts3d::MaterialSimple* floor = builder.material(lit(color(1, 1, 1, 1)));
+  builder.stage(floor, tiles);
+  builder.mesh(builder.node(root, vect3(0, 24, 0)), scenebuild::plane(16, 60, 4, 15), floor);
+  const color colours[3] = {color(0.95f, 0.3f, 0.25f, 1), color(0.3f, 0.85f, 0.4f, 1), color(0.35f, 0.5f, 1.0f, 1)};
+  for (int i = 0; i < 7; ++i) {
+    const float side = i % 2 ? 1.8f : -1.8f;
+    builder.mesh(builder.node(root, vect3(side, 4.0f + 6.0f * static_cast<float>(i), 1.5f)),
+                 scenebuild::box(1.2f, 1.2f, 3.0f), builder.material(lit(colours[i % 3], 20.0f)));
+  }
+  builder.light(builder.node(root, vect3(0, 6, 10)), color(1, 0.95f, 0.9f, 1), 200.0f, color(0.2f, 0.2f, 0.22f, 1));
+  ts3d::HierarchyNode* eye = builder.node(root, vect3(0, -2, 2.2f));
+  builder.aim(eye, builder.node(root, vect3(0, 40, 1.5f)));
+  ts3d::CameraSimple* lens = builder.camera(eye, 0.7f, 0.5f, 200.0f);
+  builder.depthOfField(lens, nullptr, keyed<float>({{0.0f, 6.0f}, {2.0f, 42.0f}, {4.0f, 6.0f}}));
+}
+
+// The channel grade's curves, one row each, each channel its own curve of the level x:
+// plain, warm (red lifted, blue lowered), cold, and inverted.
+std::vector<uint8_t> gradeImage() {
+  return pngOf(256, 4, [](float x, float v) {
+    switch (static_cast<int>(v * 4.0f)) {
+      case 0: return rgb(x, x, x);
+      case 1: return rgb(std::sqrt(x), x, x * x);
+      case 2: return rgb(x * x, x, std::sqrt(x));
+      default: return rgb(1.0f - x, 1.0f - x, 1.0f - x);
+    }
+  });
+}
+
 // A panel for the bitmap layer: a deep blue plate with warm rings, framed.
 std::vector<uint8_t> titleImage() {
   return pngOf(256, 128, [](float u, float v) {
@@ -156,12 +197,40 @@ std::vector<uint8_t> titleImage() {
   });
 }
 
-// The timeline: the scene all along, the bitmap fading in and out over it, a fade from
-// black, a white flash and a fade to black. Scene time is the parameter times 100.
+// The timeline: the flight, then the lens; the bitmap fading in and out over them, a fade
+// from black, a white flash and a fade to black. Scene time is the parameter times 100.
+// A post-process stays in its scene's chain for the whole project, so the flight's blurred
+// and graded stretches draw copies of the scene that carry them, in step with the plain one.
 const char* const kSceneLayer = R"(  <layer>
     <effect type="fx_simple_scene" name="flight" start="0" length="12">
       <param name="data" value="scene"/>
       <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
+    </effect>
+  </layer>
+)";
+
+const char* const kPostLayers = R"(  <layer>
+    <effect type="fx_simple_scene" name="bloomed flight" start="2.5" length="2.5">
+      <param name="data" value="bloomed"/>
+      <param name="time"><key t="0" value="0.025"/><key t="1" value="0.05"/></param>
+    </effect>
+    <effect type="fx_simple_scene" name="graded flight" start="7" length="2.5">
+      <param name="data" value="graded"/>
+      <param name="time"><key t="0" value="0.07"/><key t="1" value="0.095"/></param>
+    </effect>
+    <effect type="fx_simple_scene" name="lens" start="12" length="4">
+      <param name="data" value="lens"/>
+      <param name="time"><key t="0" value="0"/><key t="1" value="0.04"/></param>
+    </effect>
+    <effect type="fx_sr_gaussian" name="bloom" start="2.5" length="2.5">
+      <param name="scene" value="bloomed"/>
+      <param name="radius"><key t="0" value="0.5"/><key t="0.5" value="2.5"/><key t="1" value="0.5"/></param>
+    </effect>
+    <effect type="fx_sr_channels" name="grade" start="7" length="2.5">
+      <param name="scene" value="graded"/>
+      <param name="lookup" value="grade"/>
+      <param name="offset" value="0.5"/>
+      <param name="row"><key t="0" value="0.125"/><key t="0.3" value="0.375"/><key t="0.6" value="0.625"/><key t="1" value="0.125"/></param>
     </effect>
   </layer>
 )";
@@ -192,7 +261,7 @@ const char* const kOverLayers = R"(  <layer>
       <param name="destBlend" value="2"/>
       <param name="srcBlend" value="3"/>
     </effect>
-    <effect type="fx_simple_color" name="fade out" start="10.5" length="1.5">
+    <effect type="fx_simple_color" name="fade out" start="14.5" length="1.5">
       <param name="alpha"><key t="0" value="0"/><key t="1" value="1"/></param>
       <param name="destBlend" value="2"/>
       <param name="srcBlend" value="3"/>
@@ -200,13 +269,17 @@ const char* const kOverLayers = R"(  <layer>
   </layer>
 )";
 
-// The whole project, or its scene layer alone.
+// The whole project, or its first scene alone.
 std::string projectText(bool whole) {
   std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<project>\n";
   text += "  <data name=\"scene\" path=\"default.ts2\"/>\n";
-  if (whole) text += "  <data name=\"title\" path=\"title.png\"/>\n";
+  if (whole) {
+    text += "  <data name=\"bloomed\" path=\"default.ts2\"/>\n  <data name=\"graded\" path=\"default.ts2\"/>\n";
+    text += "  <data name=\"lens\" path=\"lens.ts2\"/>\n  <data name=\"grade\" path=\"grade.png\"/>\n";
+    text += "  <data name=\"title\" path=\"title.png\"/>\n";
+  }
   text += kSceneLayer;
-  if (whole) text += kOverLayers;
+  if (whole) text += std::string(kPostLayers) + kOverLayers;
   return text + "</project>\n";
 }
 
@@ -224,23 +297,29 @@ int main(int argc, char** argv) {
   if (argc != 2 || std::string(argv[1]) == "--help") {
     std::fprintf(argc == 2 ? stdout : stderr,
                  "usage: make_default_project FOLDER\n"
-                 "Writes the default project into FOLDER: default.ts2 (the scene), title.png (the\n"
-                 "bitmap), default.xml (the project that plays them) and scene_only.xml (its scene\n"
-                 "layer alone).\n");
+                 "Writes the default project into FOLDER: default.ts2 and lens.ts2 (the scenes),\n"
+                 "title.png (the bitmap), grade.png (the colour grade's curves), default.xml (the\n"
+                 "project that plays them) and scene_only.xml (its first scene alone).\n");
     return argc == 2 ? 0 : 2;
   }
   const std::string folder = argv[1];
   CreateDirectoryA(folder.c_str(), nullptr);
-  scenebuild::SceneBuilder builder;
-  buildScene(builder);
-  std::string error;
-  if (!builder.write(folder + "/default.ts2", 1, &error)) {
-    std::fprintf(stderr, "make_default_project: %s\n", error.c_str());
-    return 1;
+  for (const auto& [name, build] : {std::pair<const char*, void (*)(scenebuild::SceneBuilder&)>{"default.ts2", buildScene},
+                                     {"lens.ts2", buildLensScene}}) {
+    scenebuild::SceneBuilder builder;
+    build(builder);
+    std::string error;
+    if (!builder.write(folder + "/" + name, 1, &error)) {
+      std::fprintf(stderr, "make_default_project: %s\n", error.c_str());
+      return 1;
+    }
   }
-  if (!writeBytes(folder + "/title.png", titleImage())) {
-    std::fprintf(stderr, "make_default_project: cannot write \"%s/title.png\"\n", folder.c_str());
-    return 1;
+  for (const auto& [name, image] : {std::pair<const char*, std::vector<uint8_t>>{"title.png", titleImage()},
+                                    {"grade.png", gradeImage()}}) {
+    if (!writeBytes(folder + "/" + name, image)) {
+      std::fprintf(stderr, "make_default_project: cannot write \"%s/%s\"\n", folder.c_str(), name);
+      return 1;
+    }
   }
   for (const auto& [name, whole] : {std::pair<const char*, bool>{"default.xml", true}, {"scene_only.xml", false}}) {
     if (!writeFile(folder + "/" + name, projectText(whole))) {

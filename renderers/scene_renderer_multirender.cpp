@@ -4,6 +4,8 @@
 
 #include "context/context.h"
 #include "materials/material_fx.h"
+#include "scene/camera.h"
+#include "scene/scene_hierarchy.h"
 
 namespace ts3d {
 
@@ -51,6 +53,16 @@ void SceneRendererMultirender::drawQuad(MaterialFX* effect, const float* screenR
     context->drawDynamicVertices(D3DPT_TRIANGLESTRIP, 0, 2);
   }
   effect->endPasses();
+}
+
+void SceneRendererMultirender::renderPlain(SceneHierarchy& scene, Camera* camera) {
+  if (camera) camera->apply();
+  scene.clear(camera, Context::ClearTarget, true);
+  scene.render();
+}
+
+D3DVIEWPORT9 surfaceViewport(const RenderSurface& surface, DWORD x, DWORD y, DWORD width, DWORD height) {
+  return {x, y, width, height, surface.viewport.MinZ, surface.viewport.MaxZ};
 }
 
 void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]) {

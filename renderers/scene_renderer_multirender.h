@@ -8,6 +8,8 @@
 
 namespace ts3d {
 
+class Camera;
+class Context;
 class MaterialFX;
 
 // The base of the renderers that draw the scene into their own surfaces and finish with
@@ -20,7 +22,17 @@ class SceneRendererMultirender : public SceneRenderer {
   // are pixels, drawn once with the states as they stand.
   virtual void drawQuad(MaterialFX* effect, const float* screenRect, const float* tex0, const float* tex1,
                         const float* tex2, const float* tex3);
+
+ protected:
+  // What a renderer that isn't ready draws: the scene as if the renderer weren't there.
+  static void renderPlain(SceneHierarchy& scene, Camera* camera);
 };
+
+// The whole viewport in clip space, as the full-screen passes draw it.
+inline constexpr float kFullScreenRect[4] = {-1.0f, 1.0f, 1.0f, -1.0f};
+
+// A viewport of a surface with the depth range that the surface's own viewport has.
+D3DVIEWPORT9 surfaceViewport(const RenderSurface& surface, DWORD x, DWORD y, DWORD width, DWORD height);
 
 // The texels of a viewport of a surface, aimed at texel centres: left, top, right, bottom.
 void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]);

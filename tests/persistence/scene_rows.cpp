@@ -1,5 +1,7 @@
 #include "geometry/geometry_simple.h"
 #include "geometry/modifier_stack.h"
+#include "renderers/scene_renderer_blur.h"
+#include "renderers/scene_renderer_channels.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -161,6 +163,10 @@ const ChunkCase kSceneChunks[] = {
         "           00000000 | 01000000 03000080 | 00000000 |"
         "05000080 | 01000000 00000000 | 01000000 00000000 | 00000000 | 01000000 00000000",
         0, 2),
+    chunkCase<SceneRendererBlur>("Blur", [] { return new SceneRendererBlur; }, "4E4F4E45 | 5352424C 0100 0000 00000000",
+                                 1, 1),
+    chunkCase<SceneRendererChannels>("Channels", [] { return new SceneRendererChannels; },
+                                     "4E4F4E45 | 53524348 0100 0000 00000000", 1, 1),
 };
 
 INSTANTIATE_TEST_SUITE_P(Scene, ChunkContract, testing::ValuesIn(kSceneChunks), CaseName());

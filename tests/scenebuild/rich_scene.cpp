@@ -23,10 +23,6 @@ std::vector<uint8_t> redGreenPng() {
   return encodePng(4, 2, 3, rgb.data());
 }
 
-namespace {
-
-// Lit, but only the emissive colour shows: a flat colour whose alpha is the diffuse alpha.
-// (Unlit geometry without vertex colours would come out white.)
 MaterialSettings flat(const color& colour, float alpha) {
   MaterialSettings settings;
   settings.diffuse = color(0, 0, 0, alpha);
@@ -34,8 +30,6 @@ MaterialSettings flat(const color& colour, float alpha) {
   settings.emissive = colour;
   return settings;
 }
-
-}  // namespace
 
 void buildRichScene(scenebuild::SceneBuilder& builder) {
   ts3d::HierarchyNode* root = builder.root();

@@ -24,6 +24,10 @@ struct RichScene {
 // mesh of composite geometry; a box beyond the far plane. Times 0 to 1.
 void buildRichScene(scenebuild::SceneBuilder& builder);
 
+// Lit, but only the emissive colour shows: a flat colour whose alpha is the diffuse alpha.
+// (Unlit geometry without vertex colours would come out white.)
+scenebuild::MaterialSettings flat(const ts3d::color& colour, float alpha = 1.0f);
+
 // A 4 x 2 PNG: two red columns, then two green ones.
 std::vector<uint8_t> redGreenPng();
 

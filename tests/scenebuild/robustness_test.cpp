@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "renderers/scene_renderer_blur.h"
+#include "renderers/scene_renderer_channels.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
@@ -77,6 +79,7 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   tstest::RecordingMessageBoxes boxes;
   scenebuild::SceneBuilder builder;
   tstest::buildRichScene(builder);
+  builder.scene()->renderers = {new ts3d::SceneRendererBlur, new ts3d::SceneRendererChannels};
   const std::vector<uint8_t> file = builder.bytes(0);
   ASSERT_GT(file.size(), 1000u);
   ASSERT_TRUE(readAndDraw(file.data(), file.size()));  // the context's lasting blocks made once

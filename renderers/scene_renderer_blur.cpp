@@ -30,12 +30,8 @@ void SceneRendererBlur::createResources() {
 
 bool SceneRendererBlur::setUp() {
   context = Context::instance;
-  effect.reset(MaterialFX::createFromResource(kEffectResource));
-  effect->createResources();
-  if (!effect->isValid()) {
-    effect.reset();
-    return false;
-  }
+  effect = loadEffect(kEffectResource);
+  if (!effect) return false;
   surfaceA.reset(RenderSurface::create(kSurfaceSize, kSurfaceSize, true, true));
   surfaceB.reset(RenderSurface::create(kSurfaceSize, kSurfaceSize, true, true));
   fullViewportA = surfaceViewport(*surfaceA, 0, 0, kSurfaceSize, kSurfaceSize);

@@ -32,12 +32,8 @@ void SceneRendererChannels::createResources() {
 
 bool SceneRendererChannels::setUp() {
   context = Context::instance;
-  effect.reset(MaterialFX::createFromResource(kEffectResource));
-  effect->createResources();
-  if (!effect->isValid()) {
-    effect.reset();
-    return false;
-  }
+  effect = loadEffect(kEffectResource);
+  if (!effect) return false;
   if (lookupTexture) lookupTexture->createResources();
   sceneSurface.reset(RenderSurface::create(kSceneSurfaceWidth, kSceneSurfaceHeight, true, true));
   sceneViewport = surfaceViewport(*sceneSurface, 0, 0, kSceneWidth, kSceneHeight);

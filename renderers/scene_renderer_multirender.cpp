@@ -55,6 +55,13 @@ void SceneRendererMultirender::drawQuad(MaterialFX* effect, const float* screenR
   effect->endPasses();
 }
 
+std::unique_ptr<MaterialFX> SceneRendererMultirender::loadEffect(uint32_t resourceId) {
+  std::unique_ptr<MaterialFX> effect(MaterialFX::createFromResource(resourceId));
+  effect->createResources();
+  if (!effect->isValid()) effect.reset();
+  return effect;
+}
+
 void SceneRendererMultirender::renderPlain(SceneHierarchy& scene, Camera* camera) {
   if (camera) camera->apply();
   scene.clear(camera, Context::ClearTarget, true);

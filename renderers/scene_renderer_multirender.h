@@ -3,6 +3,9 @@
 #include <windows.h>
 #include <d3d9.h>
 
+#include <cstdint>
+#include <memory>
+
 #include "context/render_surface.h"
 #include "renderers/scene_renderer.h"
 
@@ -24,6 +27,9 @@ class SceneRendererMultirender : public SceneRenderer {
                         const float* tex2, const float* tex3);
 
  protected:
+  // The effect of a resource of the module, compiled; null when the device runs none of its
+  // techniques.
+  static std::unique_ptr<MaterialFX> loadEffect(uint32_t resourceId);
   // What a renderer that isn't ready draws: the scene as if the renderer weren't there.
   static void renderPlain(SceneHierarchy& scene, Camera* camera);
 };

@@ -79,3 +79,13 @@ bool DataScene::reload() {
   payload = readScene(path_);
   return payload != nullptr;
 }
+
+ts3d::TextureBitmapFile* textureOf(DataItem* item) {
+  auto* texture = dynamic_cast<DataTexture*>(item);
+  return texture ? texture->payload : nullptr;
+}
+
+ts3d::SceneHierarchy* sceneOf(DataItem* item) {
+  auto* scene = dynamic_cast<DataScene*>(item);
+  return scene ? scene->payload : nullptr;
+}

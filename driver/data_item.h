@@ -68,3 +68,7 @@ class DataScene : public DataItem {
 
   ts3d::SceneHierarchy* payload = nullptr;
 };
+
+// The payload behind an item, or null for no item, an item of another kind or an empty one.
+ts3d::TextureBitmapFile* textureOf(DataItem* item);
+ts3d::SceneHierarchy* sceneOf(DataItem* item);

@@ -4,6 +4,8 @@
 #include "effects/fx_simple_bmp.h"
 #include "effects/fx_simple_color.h"
 #include "effects/fx_simple_scene.h"
+#include "effects/fx_sr_channels.h"
+#include "effects/fx_sr_gaussian.h"
 #include "effects/timeline_item.h"
 
 namespace {
@@ -35,8 +37,9 @@ const EffectType kEffectTypes[kEffectTypeCount] = {
     {"fx_blur_radial", nullptr, nullptr},
     {"fx_trans_white", nullptr, nullptr},  {"fx_trans_blend", nullptr, nullptr},
     {"fx_trans_direct", nullptr, nullptr}, {"fx_render_bw", nullptr, nullptr},
-    {"fx_render_rgb", nullptr, nullptr},   {"fx_sr_gaussian", nullptr, nullptr},
-    {"fx_sr_channels", nullptr, nullptr},
+    {"fx_render_rgb", nullptr, nullptr},
+    {"fx_sr_gaussian", makeFromDescriptor<FxSrGaussian>, makeEmpty<FxSrGaussian>},
+    {"fx_sr_channels", makeFromDescriptor<FxSrChannels>, makeEmpty<FxSrChannels>},
 };
 
 }  // namespace

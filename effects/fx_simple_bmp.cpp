@@ -6,17 +6,6 @@
 #include "io/trace.h"
 #include "materials/texture_bitmap_file.h"
 
-namespace {
-
-// The texture behind an item, or null for no item, an item of another kind or an item
-// without a texture object.
-ts3d::TextureBitmapFile* textureOf(DataItem* item) {
-  auto* texture = dynamic_cast<DataTexture*>(item);
-  return texture ? texture->payload : nullptr;
-}
-
-}  // namespace
-
 FxSimpleBmp::FxSimpleBmp() = default;
 
 FxSimpleBmp::FxSimpleBmp(const EffectDescriptor& descriptor_, const std::string& instanceName_,

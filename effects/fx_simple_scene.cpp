@@ -13,10 +13,7 @@ FxSimpleScene::FxSimpleScene(const EffectDescriptor& descriptor_, const std::str
   FxSimpleScene::applyParameters();
 }
 
-ts3d::SceneHierarchy* FxSimpleScene::scene() const {
-  auto* item = dynamic_cast<DataScene*>(data);
-  return item ? item->payload : nullptr;
-}
+ts3d::SceneHierarchy* FxSimpleScene::scene() const { return sceneOf(data); }
 
 void FxSimpleScene::open() {
   context = ts3d::Context::instance;

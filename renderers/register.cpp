@@ -1,10 +1,14 @@
 #include "io/chunk_registry.h"
+#include "renderers/scene_renderer_blur.h"
+#include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
 
 namespace ts3d {
 namespace {
 
 // The registry is full before the first call into the module: static objects, made at start-up.
+tsio::ChunkRegistrer<SceneRendererBlur> blur(SceneRendererBlur::kCode);
+tsio::ChunkRegistrer<SceneRendererChannels> channels(SceneRendererChannels::kCode);
 tsio::ChunkRegistrer<SceneRendererDOF> depthOfField(SceneRendererDOF::kCode);
 
 }  // namespace

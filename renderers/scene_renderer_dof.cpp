@@ -19,7 +19,6 @@ constexpr uint32_t kLookupWidth = 256, kLookupHeight = 4;
 // The surfaces, and the pictures drawn in them whatever the size of the output.
 constexpr DWORD kSceneWidth = 1024, kSceneHeight = 512, kBlurWidth = 512, kBlurHeight = 256;
 constexpr DWORD kPictureWidth = 640, kPictureHeight = 480, kBlurPictureWidth = 320, kBlurPictureHeight = 240;
-constexpr float kFullScreen[4] = {-1.0f, 1.0f, 1.0f, -1.0f};
 // The focus coordinate of an object at the focus distance: the floor of the lookup's V.
 constexpr float kFocusCentre = 0.5f;
 // A focus distance of 0 would divide by zero: nearer focus than this is taken as this.
@@ -31,10 +30,6 @@ constexpr const char* kWeightNames[4] = {"WeightTex0", "WeightTex1", "WeightTex2
 VOID WINAPI fillLookup(D3DXVECTOR4* out, const D3DXVECTOR2* texCoord, const D3DXVECTOR2*, LPVOID) {
   const float amount = std::max(0.0f, std::fabs(1.25f - 2.5f * texCoord->x) - 0.25f);
   *out = D3DXVECTOR4(amount, amount, amount, amount);
-}
-
-D3DVIEWPORT9 viewportIn(const RenderSurface& surface, DWORD x, DWORD y, DWORD width, DWORD height) {
-  return {x, y, width, height, surface.viewport.MinZ, surface.viewport.MaxZ};
 }
 
 }  // namespace
@@ -82,12 +77,8 @@ void SceneRendererDOF::createResources() {
 bool SceneRendererDOF::setUp() {
   context = Context::instance;
   if (!context) return false;
-  effect.reset(MaterialFX::createFromResource(kEffectResource));
-  effect->createResources();
-  if (!effect->isValid()) {
-    effect.reset();
-    return false;
-  }
+  effect = loadEffect(kEffectResource);
+  if (!effect) return false;
   depthStack = std::make_unique<ModifierStack>();
   depthStack->add(new MaterialFXModifier(effect.get()));
   // D3DXCreateTexture takes the nearest format the device has when it lacks this one.
@@ -97,10 +88,10 @@ bool SceneRendererDOF::setUp() {
     return false;
   sceneSurface.reset(RenderSurface::create(kSceneWidth, kSceneHeight, true, true));
   blurSurface.reset(RenderSurface::create(kBlurWidth, kBlurHeight, true, true));
-  fullViewport = viewportIn(*sceneSurface, 0, 0, kSceneWidth, kSceneHeight);
-  sceneViewport = viewportIn(*sceneSurface, 0, 0, kPictureWidth, kPictureHeight);
-  blurViewport = viewportIn(*blurSurface, 0, 0, kBlurPictureWidth, kBlurPictureHeight);
-  wideBlurViewport = viewportIn(*sceneSurface, kPictureWidth, 0, kBlurPictureWidth, kBlurPictureHeight);
+  fullViewport = surfaceViewport(*sceneSurface, 0, 0, kSceneWidth, kSceneHeight);
+  sceneViewport = surfaceViewport(*sceneSurface, 0, 0, kPictureWidth, kPictureHeight);
+  blurViewport = surfaceViewport(*blurSurface, 0, 0, kBlurPictureWidth, kBlurPictureHeight);
+  wideBlurViewport = surfaceViewport(*sceneSurface, kPictureWidth, 0, kBlurPictureWidth, kBlurPictureHeight);
   return sceneSurface->texture && blurSurface->texture;
 }
 
@@ -109,7 +100,7 @@ void SceneRendererDOF::render(SceneHierarchy& frameScene, Camera* frameCamera) {
   camera = frameCamera;
   const auto entry = cameras.find(camera);
   if (!ready || entry == cameras.end()) {
-    drawPlain(frameScene, frameCamera);
+    renderPlain(frameScene, frameCamera);
     return;
   }
   focusScale = entry->second.focusScaleController;
@@ -186,7 +177,7 @@ void SceneRendererDOF::drawBlurs() {
     float source[4];
     textureRect(*pass.source, pass.sourceViewport, source);
     for (int side = 0; side < 4; ++side) source[side] += pass.inset[side];
-    drawQuad(effect.get(), kFullScreen, source, nullptr, nullptr, nullptr);
+    drawQuad(effect.get(), kFullScreenRect, source, nullptr, nullptr, nullptr);
   }
 }
 
@@ -198,7 +189,7 @@ void SceneRendererDOF::merge() {
   textureRect(*sceneSurface, sceneViewport, sharp);
   textureRect(*blurSurface, blurViewport, small);
   textureRect(*sceneSurface, wideBlurViewport, wide);
-  drawQuad(effect.get(), kFullScreen, sharp, small, wide, nullptr);
+  drawQuad(effect.get(), kFullScreenRect, sharp, small, wide, nullptr);
 }
 
 }  // namespace ts3d

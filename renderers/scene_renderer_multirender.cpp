@@ -55,10 +55,21 @@ void SceneRendererMultirender::drawQuad(MaterialFX* effect, const float* screenR
   effect->endPasses();
 }
 
-void SceneRendererMultirender::drawPlain(SceneHierarchy& scene, Camera* camera) {
+std::unique_ptr<MaterialFX> SceneRendererMultirender::loadEffect(uint32_t resourceId) {
+  std::unique_ptr<MaterialFX> effect(MaterialFX::createFromResource(resourceId));
+  effect->createResources();
+  if (!effect->isValid()) effect.reset();
+  return effect;
+}
+
+void SceneRendererMultirender::renderPlain(SceneHierarchy& scene, Camera* camera) {
   if (camera) camera->apply();
   scene.clear(camera, Context::ClearTarget, true);
   scene.render();
+}
+
+D3DVIEWPORT9 surfaceViewport(const RenderSurface& surface, DWORD x, DWORD y, DWORD width, DWORD height) {
+  return {x, y, width, height, surface.viewport.MinZ, surface.viewport.MaxZ};
 }
 
 void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]) {

@@ -3,11 +3,16 @@
 #include <windows.h>
 #include <d3d9.h>
 
+#include <cstdint>
+#include <memory>
+
 #include "context/render_surface.h"
 #include "renderers/scene_renderer.h"
 
 namespace ts3d {
 
+class Camera;
+class Context;
 class MaterialFX;
 
 // The base of the renderers that draw the scene into their own surfaces and finish with
@@ -22,10 +27,18 @@ class SceneRendererMultirender : public SceneRenderer {
                         const float* tex2, const float* tex3);
 
  protected:
-  // What a renderer without its resources gets: the scene drawn as it stands, into the
-  // current target.
-  static void drawPlain(SceneHierarchy& scene, Camera* camera);
+  // The effect of a resource of the module, compiled; null when the device runs none of its
+  // techniques.
+  static std::unique_ptr<MaterialFX> loadEffect(uint32_t resourceId);
+  // What a renderer that isn't ready draws: the scene as if the renderer weren't there.
+  static void renderPlain(SceneHierarchy& scene, Camera* camera);
 };
+
+// The whole viewport in clip space, as the full-screen passes draw it.
+inline constexpr float kFullScreenRect[4] = {-1.0f, 1.0f, 1.0f, -1.0f};
+
+// A viewport of a surface with the depth range that the surface's own viewport has.
+D3DVIEWPORT9 surfaceViewport(const RenderSurface& surface, DWORD x, DWORD y, DWORD width, DWORD height);
 
 // The texels of a viewport of a surface, aimed at texel centres: left, top, right, bottom.
 void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]);

@@ -1,5 +1,7 @@
 #include "geometry/geometry_simple.h"
 #include "geometry/modifier_stack.h"
+#include "renderers/scene_renderer_blur.h"
+#include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
@@ -183,6 +185,10 @@ const ChunkCase kSceneChunks[] = {
         "01000000 | 53524446 0100 0200 28000000 | 01000000 | 01000080 |"
         "4343464C 0100 0300 04000000 00000040 | 4343464C 0100 0400 04000000 00002041",
         0, 2),
+    chunkCase<SceneRendererBlur>("Blur", [] { return new SceneRendererBlur; }, "4E4F4E45 | 5352424C 0100 0000 00000000",
+                                 1, 1),
+    chunkCase<SceneRendererChannels>("Channels", [] { return new SceneRendererChannels; },
+                                     "4E4F4E45 | 53524348 0100 0000 00000000", 1, 1),
 };
 
 INSTANTIATE_TEST_SUITE_P(Scene, ChunkContract, testing::ValuesIn(kSceneChunks), CaseName());

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "renderers/scene_renderer_blur.h"
+#include "renderers/scene_renderer_channels.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
@@ -77,6 +79,7 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   tstest::RecordingMessageBoxes boxes;
   scenebuild::SceneBuilder builder;
   tstest::buildRichScene(builder);
+  builder.scene()->renderers = {new ts3d::SceneRendererBlur, new ts3d::SceneRendererChannels};
   // A lens on the camera, so that its chunk is damaged too. Without the effect sources in this
   // program it draws plainly: compiling the effect for every drawn file would take minutes.
   builder.depthOfField(builder.scene()->activeCamera, nullptr, scenebuild::constant(10.0f));

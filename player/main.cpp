@@ -177,7 +177,7 @@ int main(int argc, char** argv) {
   if (options.info) printInfo(driver, library);
 
   if (!options.offlineDir.empty()) {
-    Stage stage(*driver, options.width, options.height, false);
+    Stage stage(*driver, module.handle(), options.width, options.height, false);
     if (!stage.build(project, library, error)) return fail(error);
     const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps, options.contactSheet});
     if (status != 0) return status;
@@ -185,7 +185,7 @@ int main(int argc, char** argv) {
   if (options.live) {
     // Someone watches now: the driver's boxes show and wait for an answer.
     host::driver_notices::showBoxes(true);
-    Stage stage(*driver, options.width, options.height, true);
+    Stage stage(*driver, module.handle(), options.width, options.height, true);
     if (!stage.build(project, library, error)) return fail(error);
     double seconds = options.seconds;
     if (seconds < 0.0) seconds = options.project.empty() ? 2.0 : stage.project().endTime() - options.from;

@@ -56,9 +56,9 @@ std::string framePath(const std::string& folder, long index) {
 
 }  // namespace
 
-Stage::Stage(host::DriverKMT& driver, unsigned int width, unsigned int height, bool visible)
+Stage::Stage(host::DriverKMT& driver, HMODULE driverModule, unsigned int width, unsigned int height, bool visible)
     : handle(createWindow(width, height, visible)), window(driver.renderWindow()), hostProject(driver) {
-  window->open(handle, nullptr, width, height, 32, true, 0);
+  window->open(handle, driverModule, width, height, 32, true, 0);
 }
 
 Stage::~Stage() {

@@ -12,7 +12,8 @@
 // built and opened in it. Everything is undone, in reverse, on destruction.
 class Stage {
  public:
-  Stage(host::DriverKMT& driver, unsigned int width, unsigned int height, bool visible);
+  // The driver's own module holds the resources it draws with (its effect sources).
+  Stage(host::DriverKMT& driver, HMODULE driverModule, unsigned int width, unsigned int height, bool visible);
   ~Stage();
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;

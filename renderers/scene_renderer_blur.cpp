@@ -70,9 +70,7 @@ void SceneRendererBlur::render(SceneHierarchy& drawn, Camera* view) {
              (static_cast<float>(i) + 0.5f) * radius);
   }
 
-  context->setRenderTarget(saved);
-  context->setClearColor(color(1, 0, 1, 0));
-  context->clear(Context::ClearAll, true);
+  clearSavedTarget(saved);
   // Always A: after an odd count of passes that is the result of the one before the last.
   blurPass(*surfaceA, imageViewportA, static_cast<float>(iterations) * radius);
 }

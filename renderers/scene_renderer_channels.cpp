@@ -65,9 +65,7 @@ void SceneRendererChannels::render(SceneHierarchy& drawn, Camera* view) {
   drawn.render();
   if (usesFilter13) drawGradient();
 
-  context->setRenderTarget(saved);
-  context->setClearColor(color(1, 0, 1, 0));
-  context->clear(Context::ClearAll, true);
+  clearSavedTarget(saved);
   setFilterParameters();
   float texels[4];
   textureRect(*sceneSurface, sceneViewport, texels);

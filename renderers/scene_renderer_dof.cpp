@@ -117,17 +117,18 @@ void SceneRendererDOF::render(SceneHierarchy& frameScene, Camera* frameCamera) {
   drawDepth();
   drawBlurs();
 
-  context->setRenderTarget(saved);
-  context->setClearColor(color(1, 0, 1, 0));
-  context->clear(Context::ClearAll, true);
+  clearSavedTarget(saved);
   merge();
 }
 
 void SceneRendererDOF::drawDepth() {
-  // Alpha 1 everywhere first: where no object stands the blur is strongest.
+  // Alpha 1 everywhere first: where no object stands the blur is strongest. The scene's
+  // clear colour stays as it was for the frames after.
+  const color kept = context->clearColor;
   context->setClearColor(color(0, 0, 0, 1));
   context->clear(Context::ClearDepth | Context::ClearStencil, true);
   context->clear(Context::ClearAlphaOnly, false);
+  context->setClearColor(kept);
   effect->setTechnique("depth");
   effect->setTextureParameter("LookupMap") = lookupTexture.get();
   effect->setVectorParameter("Clip") =

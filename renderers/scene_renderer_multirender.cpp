@@ -72,6 +72,15 @@ D3DVIEWPORT9 surfaceViewport(const RenderSurface& surface, DWORD x, DWORD y, DWO
   return {x, y, width, height, surface.viewport.MinZ, surface.viewport.MaxZ};
 }
 
+void SceneRendererMultirender::clearSavedTarget(RenderSurface* saved) {
+  Context* context = Context::instance;
+  const color kept = context->clearColor;
+  context->setRenderTarget(saved);
+  context->setClearColor(color(1, 0, 1, 0));
+  context->clear(Context::ClearAll, true);
+  context->setClearColor(kept);
+}
+
 void textureRect(const RenderSurface& surface, const D3DVIEWPORT9& viewport, float out[4]) {
   const float u = surface.uScale, v = surface.vScale;
   out[0] = static_cast<float>(viewport.X) * u + u / 2;

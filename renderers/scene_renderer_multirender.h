@@ -32,6 +32,10 @@ class SceneRendererMultirender : public SceneRenderer {
   static std::unique_ptr<MaterialFX> loadEffect(uint32_t resourceId);
   // What a renderer that isn't ready draws: the scene as if the renderer weren't there.
   static void renderPlain(SceneHierarchy& scene, Camera* camera);
+  // Back in the target it found, before the final pass: cleared whole in magenta, which the
+  // final pass covers. The clear colour is put back after, as scenes without a background
+  // clear with it: a post-process must not recolour the frames drawn after it.
+  static void clearSavedTarget(RenderSurface* saved);
 };
 
 // The whole viewport in clip space, as the full-screen passes draw it.

@@ -224,7 +224,7 @@ const char* const kPostLayers = R"(  <layer>
     </effect>
     <effect type="fx_sr_gaussian" name="bloom" start="2.5" length="2.5">
       <param name="scene" value="bloomed"/>
-      <param name="radius"><key t="0" value="0.5"/><key t="0.5" value="2.5"/><key t="1" value="0.5"/></param>
+      <param name="radius"><key t="0" value="0.3"/><key t="0.5" value="1"/><key t="1" value="0.3"/></param>
     </effect>
     <effect type="fx_sr_channels" name="grade" start="7" length="2.5">
       <param name="scene" value="graded"/>

@@ -19,6 +19,7 @@ class DriverModule {
   // False with `error` set when the module or its entry point is missing.
   bool load(const std::string& path, std::string& error);
   DriverKMT* driver() const { return object; }
+  HMODULE handle() const { return module; }
 
  private:
   HMODULE module = nullptr;

@@ -15,7 +15,7 @@ sampler Sampler = sampler_state {
 
 sampler LookupSampler = sampler_state {
   Texture = <Lookup>;
-  MipFilter = Linear;
+  MipFilter = None;
   MinFilter = Linear;
   MagFilter = Linear;
   AddressU = Clamp;

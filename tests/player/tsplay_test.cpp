@@ -8,6 +8,7 @@
 #include "gfxhelper/image_decode.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/device/test_device.h"
+#include "tests/gfxhelper/test_images.h"
 #include "tests/player/player_files.h"
 #include "tests/renderers/effect_sources.h"
 
@@ -116,7 +117,7 @@ TEST(Tsplay, DriverBoxesAndUndecodableImagesBecomeLinesOnStderrOffline) {
   EXPECT_EQ(GetFileAttributesA(frames.c_str()), INVALID_FILE_ATTRIBUTES) << "nothing is written";
 }
 
-TEST(Tsplay, PlaysASceneWhoseMeshRunsTheEffectFileBesideIt) {
+TEST(Tsplay, PlaysAnEffectFileBesideTheSceneAndAGradeFromTheModulesSource) {
   const std::string scratch = player_files::scratchFolder("tsplay_effect"), frames = scratch + "\\frames";
   scenebuild::SceneBuilder builder;
   ts3d::HierarchyNode* eye = builder.node(builder.root(), ts3d::vect3(0, -10, 0));
@@ -126,17 +127,43 @@ TEST(Tsplay, PlaysASceneWhoseMeshRunsTheEffectFileBesideIt) {
   builder.mesh(builder.root(), scenebuild::box(4, 4, 4), builder.effectMaterial(effect, builder.material({})));
   std::string error;
   ASSERT_TRUE(builder.write(scratch + "\\scene.ts2", 0, &error)) << error;
-  const std::string project = player_files::write(scratch, "effect.xml", R"(<project>
+  // Red inverted, green and blue kept: the grade's lookup, one row.
+  uint8_t curves[256 * 3];
+  for (int i = 0; i < 256; ++i) {
+    curves[i * 3] = static_cast<uint8_t>(255 - i);
+    curves[i * 3 + 1] = curves[i * 3 + 2] = static_cast<uint8_t>(i);
+  }
+  const tstest::Bytes lookup = tstest::encodePng(256, 1, 3, curves);
+  player_files::write(scratch, "invert.png", std::string(lookup.begin(), lookup.end()));
+  const char* const projects[2][2] = {
+      {"effect.xml", R"(<project>
   <data name="scene" path="scene.ts2"/>
   <layer><effect type="fx_simple_scene" start="0" length="1"><param name="data" value="scene"/></effect></layer>
 </project>
-)");
-  std::string err;
-  ASSERT_EQ(runTsplay("\"" + project + "\" --offline \"" + frames + "\" --size 64x48", scratch, err), 0u) << err;
-  // The box in the middle shows the shader's colour; the corners keep the clear colour.
-  const std::string frame = frames + "\\frame_00000.png";
-  EXPECT_TRUE(tstest::pixelNear(pngPixel(frame, 32, 24), 0, 255, 0)) << std::hex << pngPixel(frame, 32, 24);
-  EXPECT_TRUE(tstest::pixelNear(pngPixel(frame, 0, 0), 0, 0, 255)) << std::hex << pngPixel(frame, 0, 0);
+)"},
+      {"graded.xml", R"(<project>
+  <data name="scene" path="scene.ts2"/>
+  <data name="invert" path="invert.png"/>
+  <layer><effect type="fx_simple_scene" start="0" length="1"><param name="data" value="scene"/></effect></layer>
+  <layer><effect type="fx_sr_channels" start="0" length="1">
+    <param name="scene" value="scene"/><param name="lookup" value="invert"/><param name="offset" value="0.5"/>
+  </effect></layer>
+</project>
+)"}};
+  // The box shows the shader's green and the corners the clear colour's blue; graded through
+  // the module's own effect source, red turns full in both.
+  const int expected[2][2][3] = {{{0, 255, 0}, {0, 0, 255}}, {{255, 255, 0}, {255, 0, 255}}};
+  for (int p = 0; p < 2; ++p) {
+    const std::string project = player_files::write(scratch, projects[p][0], projects[p][1]);
+    std::string err;
+    ASSERT_EQ(runTsplay("\"" + project + "\" --offline \"" + frames + "\" --size 64x48", scratch, err), 0u) << err;
+    const std::string frame = frames + "\\frame_00000.png";
+    const uint32_t box = pngPixel(frame, 32, 24), corner = pngPixel(frame, 0, 0);
+    EXPECT_TRUE(tstest::pixelNear(box, expected[p][0][0], expected[p][0][1], expected[p][0][2]))
+        << projects[p][0] << std::hex << " " << box;
+    EXPECT_TRUE(tstest::pixelNear(corner, expected[p][1][0], expected[p][1][1], expected[p][1][2]))
+        << projects[p][0] << std::hex << " " << corner;
+  }
 }
 
 }  // namespace

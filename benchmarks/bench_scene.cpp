@@ -5,7 +5,10 @@
 //  - through the recording proxy device, SetRenderState and SetTextureStageState calls of
 //    one drawn frame, and how many of them re-set a value the device already held;
 //  - drawing the same 1,000 boxes with one MaterialFX, whose vertex shader each box's
-//    MaterialFXModifier feeds WORLDVIEWPROJECTION, against one MaterialSimple: time per box.
+//    MaterialFXModifier feeds WORLDVIEWPROJECTION, against one MaterialSimple: time per box;
+//  - those boxes through each post-process (bloom's blur, the channel grade, depth of field)
+//    against the plain frame at 640 x 480, with the render-target switches of one frame
+//    beside the count that the renderer's passes call for.
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -16,6 +19,10 @@
 
 #include "context/context.h"
 #include "materials/material_fx.h"
+#include "renderers/scene_renderer_blur.h"
+#include "renderers/scene_renderer_channels.h"
+#include "renderers/scene_renderer_dof.h"
+#include "scene/controller/const.h"
 #include "scene/render_queue.h"
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
@@ -172,6 +179,67 @@ bool measureEffectDrawing(tstest::ProxyDevice* proxy) {
   return true;
 }
 
+// Each post-process in turn in the chain of the plain boxes: time per frame against the plain
+// frame, and SetRenderTarget calls of one frame against what its passes call for (blur: its
+// two surfaces, four ping-pong passes and the way back; grading: the scene surface and back,
+// plus the table's surface when the device took filter1_3; depth of field: the scene surface,
+// three blur passes and back). False when a renderer wasn't ready.
+bool measurePostProcesses(tstest::ProxyDevice* proxy) {
+  scenebuild::SceneBuilder builder;
+  std::vector<uint8_t> ramp(256 * 3);
+  for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<uint8_t>(255 - i / 3);
+  ts3d::Texture* lookup = builder.texture(tstest::encodePng(256, 1, 3, ramp.data()));
+  ts3d::SceneHierarchy* scene = oneMaterialScene("");
+  scene->textures.push_back(lookup);
+  builder.scene()->textures.clear();
+  lookup->createResources();
+  ts3d::controller::Const<float> radius(1.0f), offset(0.5f), row(0.5f);
+
+  auto* blur = new ts3d::SceneRendererBlur;
+  blur->radiusController = &radius;
+  auto* channels = new ts3d::SceneRendererChannels;
+  channels->lookupTexture = lookup;
+  channels->offsetController = &offset;
+  channels->rowController = &row;
+  auto* lens = new ts3d::SceneRendererDOF;
+  lens->cameras[scene->activeCamera] = ts3d::CameraFocus{};
+  struct Variant {
+    const char* name;
+    ts3d::SceneRenderer* renderer;
+    size_t switches;
+  } variants[] = {{"plain", nullptr, 0}, {"bloom blur", blur, 7}, {"channel grade", channels, 2}, {"depth of field", lens, 5}};
+  size_t draws = 0;
+  double plain = 0.0;
+  bool ready = true;
+  std::string line = "post-process, 640 x 480, 1000 boxes:";
+  for (Variant& variant : variants) {
+    scene->renderers.clear();
+    if (variant.renderer) {
+      variant.renderer->createResources();
+      scene->renderers.push_back(variant.renderer);
+    }
+    if (variant.renderer == channels && channels->usesFilter13) variant.switches = 3;
+    const double frame = drawingCost(scene, proxy, draws) * kMeshes;
+    const size_t switches = proxy->count(tstest::DeviceCallKind::SetRenderTarget);
+    if (!variant.renderer) {
+      plain = frame;
+      line += " plain " + std::to_string(static_cast<int>(frame)) + " us a frame;";
+      continue;
+    }
+    char text[200];
+    std::snprintf(text, sizeof text, " %s %.0f us (ratio %.2f), %zu target switches (passes call for %zu);",
+                  variant.name, frame, frame / plain, switches, variant.switches);
+    line += text;
+    ready = ready && switches == variant.switches;
+  }
+  scene->renderers = {blur, channels, lens};  // the scene owns them from here
+  delete scene;
+  line.back() = '\n';
+  std::fputs(line.c_str(), stdout);
+  if (!ready) std::fprintf(stderr, "bench_scene: a post-process didn't run its passes\n");
+  return ready;
+}
+
 }  // namespace
 
 int main() {
@@ -180,6 +248,7 @@ int main() {
   ts3d::Context::setFullscreenOptions(false, false, false);
   ts3d::Context::setMultisample(0, 0);
   ts3d::Context::setDisplayMode(640, 480, -1);
+  ts3d::Context::setResourceModule(GetModuleHandleA(nullptr));
   ts3d::Context::wrapDevice = &wrap;
   if (!ts3d::Context::create()) {
     std::fprintf(stderr, "bench_scene: no device\n");
@@ -270,7 +339,7 @@ int main() {
   }
   delete scene;
 
-  const bool effectDrawn = measureEffectDrawing(proxy);
+  const bool effectDrawn = measureEffectDrawing(proxy) && measurePostProcesses(proxy);
   ts3d::Context::destroy();
   DestroyWindow(window);
   return effectDrawn ? 0 : 1;

@@ -308,12 +308,10 @@ class Effect final : public platform::ComObject<Effect, ID3DXEffect> {
   HRESULT STDMETHODCALLTYPE FindNextValidTechnique(D3DXHANDLE technique, D3DXHANDLE* next) override;
   HRESULT STDMETHODCALLTYPE ValidateTechnique(D3DXHANDLE technique) override;
   HRESULT STDMETHODCALLTYPE SetTechnique(D3DXHANDLE technique) override;
-  D3DXHANDLE STDMETHODCALLTYPE GetCurrentTechnique() override { return handleOf(current); }
   HRESULT STDMETHODCALLTYPE SetFloat(D3DXHANDLE handle, FLOAT value) override { return setFloats(handle, &value, 1); }
   HRESULT STDMETHODCALLTYPE SetVector(D3DXHANDLE handle, const D3DXVECTOR4* value) override {
     return value ? setFloats(handle, &value->x, 4) : D3DERR_INVALIDCALL;
   }
-  HRESULT STDMETHODCALLTYPE GetVector(D3DXHANDLE handle, D3DXVECTOR4* value) override;
   HRESULT STDMETHODCALLTYPE SetMatrix(D3DXHANDLE handle, const D3DXMATRIX* value) override {
     return value ? setFloats(handle, &value->_11, 16) : D3DERR_INVALIDCALL;
   }
@@ -713,15 +711,6 @@ HRESULT Effect::setFloats(D3DXHANDLE handle, const float* values, size_t count) 
   return D3D_OK;
 }
 
-HRESULT Effect::GetVector(D3DXHANDLE handle, D3DXVECTOR4* value) {
-  Parameter* parameter = parameterOf(handle);
-  if (parameter == nullptr || parameter->values.empty() || value == nullptr) return D3DERR_INVALIDCALL;
-  float out[4] = {0.0f, 0.0f, 0.0f, 0.0f};
-  std::copy_n(parameter->values.begin(), std::min<size_t>(4, parameter->values.size()), out);
-  *value = D3DXVECTOR4(out);
-  return D3D_OK;
-}
-
 HRESULT Effect::SetTexture(D3DXHANDLE handle, IDirect3DBaseTexture9* texture) {
   Parameter* parameter = parameterOf(handle);
   if (parameter == nullptr || parameter->source.type != fx::BaseType::Texture) return D3DERR_INVALIDCALL;
@@ -875,13 +864,6 @@ HRESULT failWith(const std::string& message, ID3DXBuffer** errors) {
 }
 
 }  // namespace
-
-HRESULT WINAPI D3DXCreateEffect(IDirect3DDevice9* device, LPCVOID data, UINT length, const D3DXMACRO* defines,
-                                void* include, DWORD flags, void* pool, ID3DXEffect** effect, ID3DXBuffer** errors) {
-  if (data == nullptr) return D3DERR_INVALIDCALL;
-  return createEffect(device, std::string(static_cast<const char*>(data), length), "(memory)", defines, include,
-                      flags, pool, effect, errors);
-}
 
 HRESULT WINAPI D3DXCreateEffectFromFileA(IDirect3DDevice9* device, LPCSTR file, const D3DXMACRO* defines,
                                          void* include, DWORD flags, void* pool, ID3DXEffect** effect,

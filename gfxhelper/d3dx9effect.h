@@ -108,10 +108,8 @@ struct ID3DXEffect : public IUnknown {
   // Valid: every pass built, and the device's caps take its shaders and stages.
   virtual HRESULT STDMETHODCALLTYPE ValidateTechnique(D3DXHANDLE technique) = 0;
   virtual HRESULT STDMETHODCALLTYPE SetTechnique(D3DXHANDLE technique) = 0;
-  virtual D3DXHANDLE STDMETHODCALLTYPE GetCurrentTechnique() = 0;
   virtual HRESULT STDMETHODCALLTYPE SetFloat(D3DXHANDLE parameter, FLOAT value) = 0;
   virtual HRESULT STDMETHODCALLTYPE SetVector(D3DXHANDLE parameter, const D3DXVECTOR4* value) = 0;
-  virtual HRESULT STDMETHODCALLTYPE GetVector(D3DXHANDLE parameter, D3DXVECTOR4* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE SetMatrix(D3DXHANDLE parameter, const D3DXMATRIX* value) = 0;
   // The effect holds a reference to the texture until another replaces it.
   virtual HRESULT STDMETHODCALLTYPE SetTexture(D3DXHANDLE parameter, IDirect3DBaseTexture9* texture) = 0;
@@ -133,6 +131,3 @@ HRESULT WINAPI D3DXCreateEffectFromFileA(IDirect3DDevice9* device, LPCSTR file, 
 HRESULT WINAPI D3DXCreateEffectFromResourceA(IDirect3DDevice9* device, HMODULE module, LPCSTR resource,
                                              const D3DXMACRO* defines, void* include, DWORD flags, void* pool,
                                              ID3DXEffect** effect, ID3DXBuffer** errors);
-// From text in memory; `name` only labels messages.
-HRESULT WINAPI D3DXCreateEffect(IDirect3DDevice9* device, LPCVOID data, UINT length, const D3DXMACRO* defines,
-                                void* include, DWORD flags, void* pool, ID3DXEffect** effect, ID3DXBuffer** errors);

@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "gfxhelper/bmp.h"
 #include "gfxhelper/dds.h"
+#include "gfxhelper/tga.h"
 
 namespace {
 
@@ -61,11 +63,9 @@ void budgetFree(void* memory) {
 
 }  // namespace
 
-// Only the four formats that the texture functions read, from memory only.
+// PNG and JPEG, from memory only; BMP and TGA have readers of their own.
 #define STBI_ONLY_PNG
 #define STBI_ONLY_JPEG
-#define STBI_ONLY_BMP
-#define STBI_ONLY_TGA
 #define STBI_NO_STDIO
 #define STBI_NO_LINEAR
 #define STBI_NO_HDR
@@ -112,7 +112,6 @@ bool startsWith(const void* data, size_t size, const unsigned char* signature, s
 // The kinds with a signature; Unknown for the rest, TGA among them.
 FileType bySignature(const void* data, size_t size) {
   static const unsigned char kPng[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-  static const unsigned char kBmp[] = {'B', 'M'};
   if (dds::hasMagic(data, size)) return FileType::Dds;
   if (startsWith(data, size, kPng, sizeof kPng)) return FileType::Png;
   // A JPEG starts with its SOI marker, which stb_image finds after any number of 0xFF.
@@ -120,7 +119,7 @@ FileType bySignature(const void* data, size_t size) {
   size_t fill = 0;
   while (fill < size && bytes[fill] == 0xff) ++fill;
   if (fill > 0 && fill < size && bytes[fill] == 0xd8) return FileType::Jpg;
-  if (startsWith(data, size, kBmp, sizeof kBmp)) return FileType::Bmp;
+  if (bmp::hasSignature(data, size)) return FileType::Bmp;
   return FileType::Unknown;
 }
 
@@ -156,7 +155,7 @@ Result stbInfo(const void* data, size_t size, FileType type, ImageInfo* info, in
     result.reason = std::string(typeName(type)) + ": " + result.reason;
     return result;
   }
-  info->type = type == FileType::Unknown ? FileType::Tga : type;  // the one kind without a signature
+  info->type = type;
   info->width = static_cast<uint32_t>(width);
   info->height = static_cast<uint32_t>(height);
   info->mipLevels = 1;
@@ -165,19 +164,16 @@ Result stbInfo(const void* data, size_t size, FileType type, ImageInfo* info, in
   return Result::success();
 }
 
-uint32_t le16(const uint8_t* at) { return static_cast<uint32_t>(at[0]) | (static_cast<uint32_t>(at[1]) << 8); }
-uint32_t le32(const uint8_t* at) { return le16(at) | (le16(at + 2) << 16); }
 uint32_t be32(const uint8_t* at) {
   return (static_cast<uint32_t>(at[0]) << 24) | (static_cast<uint32_t>(at[1]) << 16) |
          (static_cast<uint32_t>(at[2]) << 8) | static_cast<uint32_t>(at[3]);
 }
 
 // stb_image reads zeros past the end of a file instead of failing, and sizes its
-// buffers from the header alone. So before it runs, a file must hold at least the
-// bytes its header promises: its own chunks for a PNG (whose deflate stream cannot
-// expand more than 1032 times), the packed rows for an uncompressed BMP or TGA, all
-// the packets of a run-length TGA. Headers that these checks do not understand
-// are left to stb_image to judge.
+// buffers from the header alone. So before it runs, a PNG must hold at least the
+// bytes its header promises: its own chunks, whose deflate stream cannot expand more
+// than 1032 times. Headers that this check does not understand are left to stb_image
+// to judge.
 Result checkPng(const uint8_t* bytes, size_t size) {
   size_t at = 8;
   uint64_t compressed = 0, pixelBytes = 0;
@@ -205,56 +201,6 @@ Result checkPng(const uint8_t* bytes, size_t size) {
   if (pixelBytes > compressed * 1032 + 4096)
     return Result::failure(Status::InvalidData, "PNG: too little image data for the declared size");
   return Result::success();
-}
-
-Result checkBmp(const uint8_t* bytes, size_t size) {
-  if (size < 30) return Result::success();
-  const uint64_t offset = le32(bytes + 10), headerSize = le32(bytes + 14);
-  int64_t width, height;
-  uint32_t bits, compression = 0;
-  if (headerSize == 12) {
-    width = static_cast<int16_t>(le16(bytes + 18));
-    height = static_cast<int16_t>(le16(bytes + 20));
-    bits = le16(bytes + 24);
-  } else if (headerSize >= 40 && size >= 34) {
-    width = static_cast<int32_t>(le32(bytes + 18));
-    height = static_cast<int32_t>(le32(bytes + 22));
-    bits = le16(bytes + 28);
-    compression = le32(bytes + 30);
-  } else {
-    return Result::success();
-  }
-  const bool packedRows = compression == 0 || compression == 3;
-  if (!packedRows || width <= 0 || (bits != 1 && bits != 4 && bits != 8 && bits != 16 && bits != 24 && bits != 32))
-    return Result::success();
-  const uint64_t rowBytes = ((static_cast<uint64_t>(width) * bits + 31) / 32) * 4;
-  const uint64_t rows = static_cast<uint64_t>(height < 0 ? -height : height);
-  if (offset > size || rowBytes * rows > size - offset)
-    return Result::failure(Status::InvalidData, "BMP: the pixel rows run past the end of the file");
-  return Result::success();
-}
-
-Result checkTga(const uint8_t* bytes, size_t size) {
-  if (size < 18) return Result::failure(Status::InvalidData, "TGA: the header is cut short");
-  const uint32_t type = bytes[2];
-  if (type != 1 && type != 2 && type != 3 && type != 9 && type != 10 && type != 11) return Result::success();
-  const uint64_t paletteBytes = bytes[1] ? static_cast<uint64_t>(le16(bytes + 5)) * ((bytes[7] + 7u) / 8) : 0;
-  const uint64_t start = 18 + static_cast<uint64_t>(bytes[0]) + paletteBytes;
-  const uint64_t texels = static_cast<uint64_t>(le16(bytes + 12)) * le16(bytes + 14);
-  const uint64_t texelBytes = (bytes[16] + 7u) / 8;
-  const Result truncated = Result::failure(Status::InvalidData, "TGA: the pixel data runs past the end of the file");
-  if (start > size) return truncated;
-  if (type < 8) return texels * texelBytes > size - start ? truncated : Result::success();
-  // Run-length packets: a count byte, then one texel repeated or that many texels.
-  uint64_t at = start, done = 0;
-  while (done < texels) {
-    if (at >= size) return truncated;
-    const uint32_t header = bytes[at++];
-    const uint64_t count = (header & 0x7f) + 1;
-    at += header & 0x80 ? texelBytes : count * texelBytes;
-    done += count;
-  }
-  return at > size ? truncated : Result::success();
 }
 
 // stb_image (as packaged) builds a JPEG Huffman table from its 16 code counts without
@@ -303,10 +249,6 @@ Result checkPromisedBytes(FileType type, const void* data, size_t size) {
   switch (type) {
     case FileType::Png:
       return checkPng(bytes, size);
-    case FileType::Bmp:
-      return checkBmp(bytes, size);
-    case FileType::Tga:
-      return checkTga(bytes, size);
     default:  // JPEG: checked before its header is read
       return Result::success();
   }
@@ -364,6 +306,23 @@ Result decodeStb(const void* data, size_t size, FileType type, DecodedImage* out
   return Result::success();
 }
 
+// BMP and TGA through our own readers; transparency that the header did not declare
+// (a run-length BMP's skipped pixels, say) makes the format A8R8G8B8, as with the others.
+Result decodeOwn(FileType type, const void* data, size_t size, DecodedImage* out, const Limits& limits) {
+  Image image;
+  Result result = type == FileType::Bmp ? bmp::decode(data, size, &out->info, &image, limits)
+                                        : tga::decode(data, size, &out->info, &image, limits);
+  if (!result.ok()) return result;
+  for (size_t i = 3; i < image.pixels.size(); i += 4)
+    if (image.pixels[i] != 255) out->info.format = PixelFormat::A8R8G8B8;
+  try {
+    out->levels.push_back(std::move(image));
+  } catch (...) {
+    return Result::failure(Status::OutOfMemory, std::string(typeName(type)) + ": out of memory");
+  }
+  return Result::success();
+}
+
 Result decodeDds(const void* data, size_t size, DecodedImage* out, const Limits& limits) {
   dds::File file;
   Result result = dds::parse(data, size, &file, limits);
@@ -394,14 +353,8 @@ Result decodeDds(const void* data, size_t size, DecodedImage* out, const Limits&
 FileType identify(const void* data, size_t size) {
   if (!data || size == 0) return FileType::Unknown;
   const FileType type = bySignature(data, size);
-  if (type != FileType::Unknown || size > static_cast<size_t>(INT_MAX)) return type;
-  // TGA has no signature: it is whatever else stb_image's header reader accepts.
-  budget = Budget();
-  budget.cap = kInfoBudget;
-  const int found = stbi_info_from_memory(static_cast<const stbi_uc*>(data), static_cast<int>(size), nullptr, nullptr,
-                                          nullptr);
-  budget.cap = 0;
-  return found ? FileType::Tga : FileType::Unknown;
+  if (type != FileType::Unknown) return type;
+  return tga::looksLike(data, size) ? FileType::Tga : FileType::Unknown;
 }
 
 Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& limits) {
@@ -422,8 +375,11 @@ Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& li
                        : (file.layout.alpha ? PixelFormat::A8R8G8B8 : PixelFormat::X8R8G8B8);
     return Result::success();
   }
+  const FileType type = identify(data, size);
+  if (type == FileType::Bmp) return bmp::readInfo(data, size, info, limits);
+  if (type == FileType::Tga) return tga::readInfo(data, size, info, limits);
   int channels = 0;
-  return stbInfo(data, size, bySignature(data, size), info, &channels, limits);
+  return stbInfo(data, size, type, info, &channels, limits);
 }
 
 Result decode(const void* data, size_t size, DecodedImage* image, const Limits& limits) {
@@ -432,7 +388,9 @@ Result decode(const void* data, size_t size, DecodedImage* image, const Limits& 
   budget = Budget();
   if (size == 0) return Result::failure(Status::InvalidData, "the file is empty");
   if (dds::hasMagic(data, size)) return decodeDds(data, size, image, limits);
-  return decodeStb(data, size, bySignature(data, size), image, limits);
+  const FileType type = identify(data, size);
+  if (type == FileType::Bmp || type == FileType::Tga) return decodeOwn(type, data, size, image, limits);
+  return decodeStb(data, size, type, image, limits);
 }
 
 uint64_t lastDecoderPeakBytes() { return budget.peak; }

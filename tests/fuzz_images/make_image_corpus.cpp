@@ -1,6 +1,6 @@
-// Writes the seed corpora of the image fuzz targets with our own writers: PNG, BMP, TGA
-// and JPEG files (and a few DDS) into the first folder, DDS files of every layout the
-// reader knows into the second.
+// Writes the seed corpora of the image fuzz targets with our own writers: PNG, JPEG, BMP
+// and TGA of every layout their readers know (and a few DDS) into the first folder, DDS
+// files of every layout the reader knows into the second.
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -70,6 +70,8 @@ int main(int argc, char** argv) {
             save(images + "rgb_rle.tga", tstest::encodeTga(8, 2, 3, picture(8, 2, 3).data(), true)) &&
             save(images + "small.jpg", tstest::jpegFile()) && save(images + "dxt1.dds", ddsFile(PixelFormat::DXT1, 8, 8, 1)) &&
             save(dds + "cube_dxt5.dds", ddsFile(PixelFormat::DXT5, 4, 4, 1, true));
+  for (const tstest::StoredPicture& picture : tstest::bmpAndTgaPictures())
+    ok = ok && save(images + picture.name + (picture.name[0] == 'b' ? ".bmp" : ".tga"), picture.file);
   for (PixelFormat format : {PixelFormat::A8R8G8B8, PixelFormat::X8R8G8B8, PixelFormat::A8B8G8R8, PixelFormat::R8G8B8,
                              PixelFormat::R5G6B5, PixelFormat::A1R5G5B5, PixelFormat::A4R4G4B4, PixelFormat::R3G3B2,
                              PixelFormat::A8, PixelFormat::L8, PixelFormat::A8L8, PixelFormat::A4L4, PixelFormat::L16,

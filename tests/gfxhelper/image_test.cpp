@@ -1,7 +1,9 @@
-// Image files read back through our decoders: PNG, BMP, TGA and JPEG written by
-// stb_image_write, DDS files and DXT blocks built byte by byte from the documented layouts;
+// Image files read back through our decoders: PNG and JPEG written by stb_image_write;
+// BMP, TGA and DDS files and DXT blocks built byte by byte from the documented layouts;
 // and the same files damaged.
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include "gfxhelper/dds.h"
 #include "gfxhelper/dxt.h"
@@ -69,6 +71,17 @@ TEST(ImageDecode, FilesGiveTheirTexels) {
     for (size_t i = 0; i < f.bgra.size(); ++i) EXPECT_NEAR(image.levels[0].pixels[i], f.bgra[i], f.tolerance) << i;
   }
 }
+// Every layout of the BMP and TGA readers, each file written field by field, gives the texels written.
+TEST(ImageDecode, BmpAndTgaLayoutsGiveTheirTexels) {
+  for (const tstest::StoredPicture& picture : tstest::bmpAndTgaPictures()) {
+    SCOPED_TRACE(picture.name);
+    gfximage::DecodedImage image;
+    const gfximage::Result result = decode(picture.file, &image);
+    ASSERT_TRUE(result.ok()) << result.reason;
+    EXPECT_EQ(image.info.type, picture.name[0] == 'b' ? gfximage::FileType::Bmp : gfximage::FileType::Tga);
+    EXPECT_EQ(image.levels.at(0).pixels, picture.bgra);
+  }
+}
 
 // 8 x 4 DXT1 with its whole chain: red and green blocks, then one block for each of 4 x 2, 2 x 1, 1 x 1.
 Bytes dxt1Chain() {
@@ -83,7 +96,7 @@ Bytes dxt1Chain() {
   return tstest::ddsFile(header, data);
 }
 
-// stb_image would read zeros for the missing bytes of a BMP or TGA; the size checks before it do not.
+// A cut file is refused, or decoded whole.
 TEST(ImageDecodeHostile, EveryTruncationFailsOrKeepsTheSize) {
   for (const Bytes& file : {png(), bmp(), tga(), tstest::jpegFile(), dxt1Chain()}) {
     size_t failures = 0;
@@ -117,6 +130,34 @@ TEST(ImageDecodeHostile, HugeDeclaredSizesFailWithoutBigAllocations) {
   gfximage::Limits limits;
   limits.maxPixelBytes = 31;  // one byte short of 4 x 2 texels
   EXPECT_EQ(decode(png(), nullptr, limits).status, Status::TooLarge);
+}
+
+// Pictures of BMPAndTgaLayouts with one byte changed (at -1: none) or cut short.
+TEST(ImageDecodeHostile, BmpAndTgaDamageIsNamed) {
+  const struct {
+    const char* picture;
+    int at;
+    uint8_t value;
+    size_t cut;
+    const char* reason;
+  } damages[] = {
+      {"bmp_4bit", 70, 0xf0, 0, "BMP: a pixel names palette entry 15, past the palette's 4"},
+      {"tga_mapped", 30, 9, 0, "TGA: a pixel names colour map entry 9, outside the map's 0 to 3"},
+      {"bmp_rle8_delta", 70, 8, 0, "BMP: a run-length run goes past the end of a row"},
+      {"bmp_rle8_delta", 98, 7, 0, "BMP: a run-length delta moves outside the image"},
+      {"tga_rle_24", 18, 0xff, 0, "TGA: a run-length packet runs past the last pixel"},
+      {"bmp_24bit", -1, 0, 1, "BMP: the pixel rows run past the end of the file"},
+      {"bmp_rle4", -1, 0, 2, "BMP: the run-length data ends before its end-of-bitmap code"},
+      {"tga_rle_mapped_16bit_index_top", -1, 0, 1, "TGA: the pixel data runs past the end of the file"},
+  };
+  const std::vector<tstest::StoredPicture> pictures = tstest::bmpAndTgaPictures();
+  for (const auto& damage : damages) {
+    const auto picture = std::find_if(pictures.begin(), pictures.end(), [&](const auto& p) { return p.name == damage.picture; });
+    ASSERT_NE(picture, pictures.end());
+    Bytes file(picture->file.begin(), picture->file.end() - static_cast<std::ptrdiff_t>(damage.cut));
+    if (damage.at >= 0) file.at(static_cast<size_t>(damage.at)) = damage.value;
+    EXPECT_EQ(decode(file).reason, damage.reason);
+  }
 }
 
 // A Huffman table whose 16 code counts total more than 256 would overrun stb_image's

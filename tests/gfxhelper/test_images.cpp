@@ -1,5 +1,9 @@
 #include "tests/gfxhelper/test_images.h"
 
+#include <algorithm>
+
+#include "gfxhelper/pixel_format.h"
+
 // stb_image_write compiled here, static, so that its JPEG part can be built without the
 // shift check (it shifts negative values left, which the sanitizer would stop at).
 #define STB_IMAGE_WRITE_STATIC
@@ -36,21 +40,219 @@ Bytes encodePng(int width, int height, int channels, const uint8_t* pixels) {
   return bytes;
 }
 
-Bytes encodeBmp(int width, int height, int channels, const uint8_t* pixels) {
-  Bytes bytes;
-  if (!stbi_write_bmp_to_func(collect, &bytes, width, height, channels, pixels)) bytes.clear();
+void appendLe32(Bytes* bytes, uint32_t value) {
+  for (int i = 0; i < 4; ++i) bytes->push_back(static_cast<uint8_t>(value >> (8 * i)));
+}
+
+namespace {
+
+void appendLe16(Bytes* bytes, uint32_t value) {
+  bytes->insert(bytes->end(), {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)});
+}
+
+// A BMP file from its fields: a header of 12 (core), 40, 108 or 124 bytes; a negative
+// height for rows from the top; masks after a 40-byte header, inside a later one.
+struct BmpFields {
+  uint32_t headerBytes, bits, compression;
+  std::vector<uint32_t> masks{};
+  Bytes palette{}, pixels{};
+};
+
+Bytes bmpFile(const BmpFields& f, int32_t width, int32_t height) {
+  const size_t masksAfter = f.headerBytes == 40 ? 4 * f.masks.size() : 0;
+  const auto pixelsAt = static_cast<uint32_t>(14 + f.headerBytes + masksAfter + f.palette.size());
+  Bytes bytes = {'B', 'M'};
+  for (uint32_t field : {pixelsAt + static_cast<uint32_t>(f.pixels.size()), 0u, pixelsAt, f.headerBytes})
+    appendLe32(&bytes, field);
+  if (f.headerBytes == 12) {
+    for (uint32_t field : {static_cast<uint32_t>(width), static_cast<uint32_t>(height), 1u, f.bits}) appendLe16(&bytes, field);
+  } else {
+    for (uint32_t field : {static_cast<uint32_t>(width), static_cast<uint32_t>(height), 1u | f.bits << 16, f.compression})
+      appendLe32(&bytes, field);
+    bytes.resize(bytes.size() + 20, 0);  // image size, resolution, colours used and important: all may be 0
+    for (uint32_t mask : f.masks) appendLe32(&bytes, mask);
+    bytes.resize(pixelsAt - f.palette.size(), 0);
+  }
+  for (const Bytes* part : {&f.palette, &f.pixels}) bytes.insert(bytes.end(), part->begin(), part->end());
   return bytes;
+}
+
+// A TGA file: image type 1 colour-mapped, 2 true colour, 3 grey, 8 more for run-length;
+// `mapBits` 0 for no colour map.
+Bytes tgaFile(uint32_t type, uint32_t width, uint32_t height, uint32_t bits, bool topDown, const Bytes& id,
+              uint32_t mapBits, const Bytes& map, const Bytes& pixels) {
+  Bytes bytes = {static_cast<uint8_t>(id.size()), static_cast<uint8_t>(mapBits ? 1 : 0), static_cast<uint8_t>(type)};
+  for (uint32_t field : {0u, mapBits ? static_cast<uint32_t>(map.size() * 8 / mapBits) : 0u}) appendLe16(&bytes, field);
+  bytes.push_back(static_cast<uint8_t>(mapBits));
+  for (uint32_t field : {0u, 0u, width, height}) appendLe16(&bytes, field);
+  bytes.insert(bytes.end(), {static_cast<uint8_t>(bits), static_cast<uint8_t>(topDown ? 0x20 : 0)});
+  for (const Bytes* part : {&id, &map, &pixels}) bytes.insert(bytes.end(), part->begin(), part->end());
+  return bytes;
+}
+
+// TGA packets over pixels of `size` bytes: a run packet for equal ones, a raw packet of one for others.
+Bytes tgaRunLength(const Bytes& pixels, size_t size) {
+  Bytes packets;
+  for (size_t at = 0, count = 1; at < pixels.size(); at += count * size, count = 1) {
+    while (count < 128 && at + (count + 1) * size <= pixels.size() &&
+           std::equal(pixels.begin() + at, pixels.begin() + at + size, pixels.begin() + at + count * size))
+      ++count;
+    packets.push_back(static_cast<uint8_t>((count > 1 ? 0x80 : 0) | (count - 1)));
+    packets.insert(packets.end(), pixels.begin() + at, pixels.begin() + at + size);
+  }
+  return packets;
+}
+
+// Rows given top to bottom, put bottom first unless `topDown`, each padded to `align` bytes.
+Bytes fileRows(const Bytes& rows, size_t rowBytes, bool topDown, size_t align) {
+  Bytes out;
+  for (size_t i = 0, height = rows.size() / rowBytes; i < height; ++i) {
+    const auto row = rows.begin() + static_cast<std::ptrdiff_t>((topDown ? i : height - 1 - i) * rowBytes);
+    out.insert(out.end(), row, row + static_cast<std::ptrdiff_t>(rowBytes));
+    out.resize((out.size() + align - 1) / align * align, 0);
+  }
+  return out;
+}
+
+// B, G, R (and A) rows, bottom first, from R, G, B (and A) ones.
+Bytes bgrRows(int width, int height, int channels, const uint8_t* pixels, size_t align) {
+  Bytes bgr(pixels, pixels + width * height * channels);
+  for (size_t i = 0; i < bgr.size(); i += static_cast<size_t>(channels)) std::swap(bgr[i], bgr[i + 2]);
+  return fileRows(bgr, static_cast<size_t>(width * channels), false, align);
+}
+
+// The picture: 7 x 3 texels of four colours (two, through a 1-bit palette), in each row
+// "a b b c c d d" and one colour on from the row above. B, G, R, A; channels of 5 and 6
+// bits keep 0, 16 and 255 exactly.
+constexpr uint32_t kPictureWidth = 7, kPictureHeight = 3;
+const uint8_t kColours[4][4] = {{16, 0, 255, 255}, {255, 255, 16, 0}, {0, 16, 0, 255}, {255, 255, 255, 0}};
+
+uint32_t colourAt(uint32_t x, uint32_t y, uint32_t colours) { return ((x + 1) / 2 + y) % colours; }
+
+// How the picture is stored: palette indices of `indexBits` (`layout` then the entries'),
+// grey (and alpha) bytes, or texels of `layout`.
+struct Storage {
+  uint32_t indexBits, colours, greyBytes;
+  gfximage::MaskLayout layout;
+
+  uint32_t pixelBits() const { return indexBits ? indexBits : greyBytes ? 8 * greyBytes : layout.bits; }
+  Bytes palette() const {
+    Bytes entries(colours * layout.bits / 8);
+    gfximage::packRow(layout, kColours[0], colours, entries.data());
+    return entries;
+  }
+};
+
+Bytes storedRows(const Storage& s, bool topDown, size_t align) {
+  Bytes rows;
+  for (uint32_t y = 0; y < kPictureHeight; ++y) {
+    Bytes row(s.indexBits && s.indexBits < 16 ? (kPictureWidth * s.indexBits + 7) / 8 : 0);
+    for (uint32_t x = 0; x < kPictureWidth; ++x) {
+      const uint32_t colour = colourAt(x, y, s.colours), bit = x * s.indexBits;
+      if (s.indexBits == 16) appendLe16(&row, colour);
+      else if (s.indexBits) row[bit / 8] |= static_cast<uint8_t>(colour << (8 - s.indexBits - bit % 8));
+      else if (s.greyBytes) row.insert(row.end(), {kColours[colour][0], kColours[colour][3]});  // grey from blue
+      else row.resize(row.size() + s.layout.bits / 8);
+      if (s.greyBytes == 1) row.pop_back();
+      if (!s.indexBits && !s.greyBytes) gfximage::packRow(s.layout, kColours[colour], 1, &row[row.size() - s.layout.bits / 8]);
+    }
+    rows.insert(rows.end(), row.begin(), row.end());
+  }
+  return fileRows(rows, rows.size() / kPictureHeight, topDown, align);
+}
+
+Bytes expectedTexels(const Storage& s) {
+  Bytes bgra;
+  for (uint32_t y = 0; y < kPictureHeight; ++y)
+    for (uint32_t x = 0; x < kPictureWidth; ++x) {
+      const uint8_t* c = kColours[colourAt(x, y, s.colours)];
+      const bool alpha = s.layout.alpha != 0 || s.greyBytes == 2;
+      bgra.insert(bgra.end(), {c[0], s.greyBytes ? c[0] : c[1], s.greyBytes ? c[0] : c[2], alpha ? c[3] : uint8_t{255}});
+    }
+  return bgra;
+}
+
+// RLE8 or RLE4 rows, bottom first: a run of one, a run of two (in the top row with `skip`,
+// a delta over them, which leaves them transparent black), four literal pixels, the end of
+// the line; the last one the end of the bitmap.
+Bytes bmpRunLength(bool nibbles, bool skip) {
+  Bytes codes;
+  for (uint32_t y = kPictureHeight; y-- > 0;) {
+    const auto pair = [&](uint32_t x) {
+      return static_cast<uint8_t>(nibbles ? colourAt(x, y, 4) << 4 | colourAt(x + 1, y, 4) : colourAt(x, y, 4));
+    };
+    const Bytes start = skip && y == 0 ? Bytes{1, pair(0), 0, 2, 2, 0, 0, 4} : Bytes{1, pair(0), 2, pair(1), 0, 4};
+    codes.insert(codes.end(), start.begin(), start.end());
+    if (nibbles) codes.insert(codes.end(), {pair(3), pair(5), 0, 0});
+    else codes.insert(codes.end(), {pair(3), pair(4), pair(5), pair(6), 0, 0});
+  }
+  codes.back() = 1;
+  return codes;
+}
+
+StoredPicture bmpPicture(const std::string& name, BmpFields f, const Storage& s, bool topDown) {
+  f.bits = s.pixelBits();
+  if (s.indexBits) f.palette = s.palette();
+  if (f.pixels.empty()) f.pixels = storedRows(s, topDown, 4);
+  const auto height = static_cast<int32_t>(kPictureHeight);
+  return {name, bmpFile(f, kPictureWidth, topDown ? -height : height), expectedTexels(s)};
+}
+
+StoredPicture tgaPicture(const std::string& name, uint32_t type, const Storage& s, bool topDown, const Bytes& id = {}) {
+  const Bytes rows = storedRows(s, topDown, 1);
+  const Bytes pixels = type & 8 ? tgaRunLength(rows, s.pixelBits() / 8) : rows;
+  return {name,
+          tgaFile(type, kPictureWidth, kPictureHeight, s.pixelBits(), topDown, id, s.indexBits ? s.layout.bits : 0,
+                  s.indexBits ? s.palette() : Bytes(), pixels),
+          expectedTexels(s)};
+}
+
+}  // namespace
+
+Bytes encodeBmp(int width, int height, int channels, const uint8_t* pixels) {
+  const BmpFields f = {40, 8 * static_cast<uint32_t>(channels), 0, {}, {}, bgrRows(width, height, channels, pixels, 4)};
+  return bmpFile(f, width, height);
 }
 
 Bytes encodeTga(int width, int height, int channels, const uint8_t* pixels, bool rle) {
-  Bytes bytes;
-  stbi_write_tga_with_rle = rle ? 1 : 0;  // this file's own copy of the writer's setting
-  if (!stbi_write_tga_to_func(collect, &bytes, width, height, channels, pixels)) bytes.clear();
-  return bytes;
+  const Bytes rows = bgrRows(width, height, channels, pixels, 1);
+  return tgaFile(rle ? 10 : 2, static_cast<uint32_t>(width), static_cast<uint32_t>(height), 8 * static_cast<uint32_t>(channels),
+                 false, {}, 0, {}, rle ? tgaRunLength(rows, static_cast<size_t>(channels)) : rows);
 }
 
-void appendLe32(Bytes* bytes, uint32_t value) {
-  for (int i = 0; i < 4; ++i) bytes->push_back(static_cast<uint8_t>(value >> (8 * i)));
+std::vector<StoredPicture> bmpAndTgaPictures() {
+  const gfximage::MaskLayout bgr = {24, 0xff0000, 0xff00, 0xff, 0}, bgrx = {32, 0xff0000, 0xff00, 0xff, 0};
+  const gfximage::MaskLayout bgra = {32, 0xff0000, 0xff00, 0xff, 0xff000000}, x555 = {16, 0x7c00, 0x3e0, 0x1f, 0};
+  const gfximage::MaskLayout r565 = {16, 0xf800, 0x7e0, 0x1f, 0}, a1555 = {16, 0x7c00, 0x3e0, 0x1f, 0x8000};
+  const gfximage::MaskLayout abgr = {32, 0xff, 0xff00, 0xff0000, 0xff000000};
+  const BmpFields info = {40, 0, 0}, core = {12, 0, 0};
+  std::vector<StoredPicture> pictures = {
+      bmpPicture("bmp_1bit", info, {1, 2, 0, bgrx}, false),
+      bmpPicture("bmp_4bit", info, {4, 4, 0, bgrx}, false),
+      bmpPicture("bmp_8bit_top_down", info, {8, 4, 0, bgrx}, true),
+      bmpPicture("bmp_core_8bit", core, {8, 4, 0, bgr}, false),
+      bmpPicture("bmp_core_24bit", core, {0, 4, 0, bgr}, false),
+      bmpPicture("bmp_16bit", info, {0, 4, 0, x555}, false),
+      bmpPicture("bmp_24bit", info, {0, 4, 0, bgr}, false),
+      bmpPicture("bmp_32bit", info, {0, 4, 0, bgra}, false),
+      bmpPicture("bmp_masks_565_top_down", {40, 0, 3, {0xf800, 0x7e0, 0x1f}}, {0, 4, 0, r565}, true),
+      bmpPicture("bmp_v4_masks_1555", {108, 0, 3, {0x7c00, 0x3e0, 0x1f, 0x8000}}, {0, 4, 0, a1555}, false),
+      bmpPicture("bmp_v5_masks_abgr", {124, 0, 3, {0xff, 0xff00, 0xff0000, 0xff000000}}, {0, 4, 0, abgr}, false),
+      bmpPicture("bmp_rle8_delta", {40, 0, 1, {}, {}, bmpRunLength(false, true)}, {8, 4, 0, bgrx}, false),
+      bmpPicture("bmp_rle4", {40, 0, 2, {}, {}, bmpRunLength(true, false)}, {4, 4, 0, bgrx}, false),
+      tgaPicture("tga_16", 2, {0, 4, 0, x555}, false),
+      tgaPicture("tga_24", 2, {0, 4, 0, bgr}, false),
+      tgaPicture("tga_32_top_with_id", 2, {0, 4, 0, bgra}, true, {'i', 'd'}),
+      tgaPicture("tga_grey", 3, {0, 4, 1, {}}, false),
+      tgaPicture("tga_grey_alpha_top", 3, {0, 4, 2, {}}, true),
+      tgaPicture("tga_mapped", 1, {8, 4, 0, bgr}, false),
+      tgaPicture("tga_rle_16", 10, {0, 4, 0, x555}, true),
+      tgaPicture("tga_rle_24", 10, {0, 4, 0, bgr}, false),
+      tgaPicture("tga_rle_grey_alpha", 11, {0, 4, 2, {}}, false),
+      tgaPicture("tga_rle_mapped_16bit_index_top", 9, {16, 4, 0, bgra}, true),
+  };
+  std::fill(pictures[11].bgra.begin() + 4, pictures[11].bgra.begin() + 12, 0);  // texels 1 and 2 skipped by the delta
+  return pictures;
 }
 
 Bytes ddsFile(const DdsHeader& header, const Bytes& data) {

@@ -1,22 +1,31 @@
 #pragma once
 
-// Image files for tests, made by our own code: PNG, BMP, TGA and JPEG through
-// stb_image_write into memory, DDS headers field by field from the documented layout
-// (the pixel data is appended by each test).
+// Image files for tests, made by our own code: PNG and JPEG through stb_image_write
+// into memory; BMP, TGA and DDS headers field by field from the documented layouts.
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace tstest {
 
 using Bytes = std::vector<uint8_t>;
 
-// `pixels` holds `channels` bytes per texel (1 grey, 2 grey and alpha, 3 RGB, 4 RGBA),
-// rows top to bottom.
+// `pixels` holds `channels` bytes per texel (1 grey, 2 grey and alpha, 3 RGB, 4 RGBA;
+// BMP and TGA take 3 or 4), rows top to bottom.
 Bytes encodePng(int width, int height, int channels, const uint8_t* pixels);
 Bytes encodeBmp(int width, int height, int channels, const uint8_t* pixels);
 Bytes encodeTga(int width, int height, int channels, const uint8_t* pixels, bool rle);
+
+// A little picture stored in each layout that the BMP and TGA readers know, with the
+// B, G, R, A texels (top to bottom) that it must decode to.
+struct StoredPicture {
+  std::string name;
+  Bytes file;
+  Bytes bgra;
+};
+std::vector<StoredPicture> bmpAndTgaPictures();
 
 // A 4 x 2 baseline JPEG of these texels (R, G, B; red, green, blue, white over yellow,
 // cyan, magenta, black) at the best quality: it decodes to within a few steps of them.

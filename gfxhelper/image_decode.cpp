@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "gfxhelper/dds.h"
+#include "gfxhelper/jpeg_file.h"
+#include "gfxhelper/png_file.h"
 
 namespace {
 
@@ -33,23 +35,6 @@ void* budgetMalloc(size_t size) {
   return block + kBlockHeader;
 }
 
-void* budgetRealloc(void* memory, size_t size) {
-  if (!memory) return budgetMalloc(size);
-  unsigned char* block = static_cast<unsigned char*>(memory) - kBlockHeader;
-  size_t old;
-  std::memcpy(&old, block, sizeof old);
-  if (size > SIZE_MAX - kBlockHeader || budget.live - old + size > budget.cap) {
-    budget.refused = true;
-    return nullptr;
-  }
-  auto* moved = static_cast<unsigned char*>(std::realloc(block, size + kBlockHeader));
-  if (!moved) return nullptr;
-  std::memcpy(moved, &size, sizeof size);
-  budget.live = budget.live - old + size;
-  if (budget.live > budget.peak) budget.peak = budget.live;
-  return moved + kBlockHeader;
-}
-
 void budgetFree(void* memory) {
   if (!memory) return;
   unsigned char* block = static_cast<unsigned char*>(memory) - kBlockHeader;
@@ -61,9 +46,7 @@ void budgetFree(void* memory) {
 
 }  // namespace
 
-// Only the four formats that the texture functions read, from memory only.
-#define STBI_ONLY_PNG
-#define STBI_ONLY_JPEG
+// Only BMP and TGA, from memory only.
 #define STBI_ONLY_BMP
 #define STBI_ONLY_TGA
 #define STBI_NO_STDIO
@@ -71,7 +54,7 @@ void budgetFree(void* memory) {
 #define STBI_NO_HDR
 #define STBI_MAX_DIMENSIONS (1 << 14)  // a backstop; Limits decides first
 #define STBI_MALLOC(size) budgetMalloc(size)
-#define STBI_REALLOC(memory, size) budgetRealloc(memory, size)
+#define STBI_REALLOC(memory, size) nullptr  // only the PNG and JPEG parts grow blocks
 #define STBI_FREE(memory) budgetFree(memory)
 #define STB_IMAGE_STATIC
 #define STB_IMAGE_IMPLEMENTATION
@@ -81,7 +64,7 @@ namespace gfximage {
 
 namespace {
 
-// Parsing a header takes little: a JPEG decoder's tables at most.
+// Parsing a header takes little.
 constexpr uint64_t kInfoBudget = 1u << 20;
 // Decoding takes the compressed stream, the image in the file's own depth (up to
 // 16 bits a channel), and the 8-bit result, with room for the stream's growth.
@@ -92,12 +75,8 @@ const char* typeName(FileType type) {
   switch (type) {
     case FileType::Bmp:
       return "BMP";
-    case FileType::Jpg:
-      return "JPEG";
     case FileType::Tga:
       return "TGA";
-    case FileType::Png:
-      return "PNG";
     case FileType::Dds:
       return "DDS";
     default:
@@ -115,7 +94,7 @@ FileType bySignature(const void* data, size_t size) {
   static const unsigned char kBmp[] = {'B', 'M'};
   if (dds::hasMagic(data, size)) return FileType::Dds;
   if (startsWith(data, size, kPng, sizeof kPng)) return FileType::Png;
-  // A JPEG starts with its SOI marker, which stb_image finds after any number of 0xFF.
+  // A JPEG starts with its SOI marker, which readers find after any number of 0xFF.
   const auto* bytes = static_cast<const uint8_t*>(data);
   size_t fill = 0;
   while (fill < size && bytes[fill] == 0xff) ++fill;
@@ -130,16 +109,9 @@ Result stbFailure(FileType type, bool overBudget) {
   return Result::failure(Status::InvalidData, std::string(typeName(type)) + ": " + (why ? why : "cannot be decoded"));
 }
 
-Result checkJpeg(const uint8_t* bytes, size_t size);
-
 // Header of a file that stb_image reads, with the size checked against the limits.
 Result stbInfo(const void* data, size_t size, FileType type, ImageInfo* info, int* channels, const Limits& limits) {
   if (size > static_cast<size_t>(INT_MAX)) return Result::failure(Status::TooLarge, "the file is larger than 2 GB");
-  if (type == FileType::Jpg) {
-    // stb_image reads Huffman tables while it looks for the header already.
-    Result safe = checkJpeg(static_cast<const uint8_t*>(data), size);
-    if (!safe.ok()) return safe;
-  }
   budget = Budget();
   budget.cap = kInfoBudget;
   int width = 0, height = 0;
@@ -167,46 +139,12 @@ Result stbInfo(const void* data, size_t size, FileType type, ImageInfo* info, in
 
 uint32_t le16(const uint8_t* at) { return static_cast<uint32_t>(at[0]) | (static_cast<uint32_t>(at[1]) << 8); }
 uint32_t le32(const uint8_t* at) { return le16(at) | (le16(at + 2) << 16); }
-uint32_t be32(const uint8_t* at) {
-  return (static_cast<uint32_t>(at[0]) << 24) | (static_cast<uint32_t>(at[1]) << 16) |
-         (static_cast<uint32_t>(at[2]) << 8) | static_cast<uint32_t>(at[3]);
-}
 
 // stb_image reads zeros past the end of a file instead of failing, and sizes its
 // buffers from the header alone. So before it runs, a file must hold at least the
-// bytes its header promises: its own chunks for a PNG (whose deflate stream cannot
-// expand more than 1032 times), the packed rows for an uncompressed BMP or TGA, all
+// bytes its header promises: the packed rows for an uncompressed BMP or TGA, all
 // the packets of a run-length TGA. Headers that these checks do not understand
 // are left to stb_image to judge.
-Result checkPng(const uint8_t* bytes, size_t size) {
-  size_t at = 8;
-  uint64_t compressed = 0, pixelBytes = 0;
-  bool ended = false;
-  while (size - at >= 12) {
-    const uint64_t length = be32(bytes + at);
-    if (length > size - at - 12) return Result::failure(Status::InvalidData, "PNG: a chunk runs past the end of the file");
-    const uint8_t* type = bytes + at + 4;
-    if (std::memcmp(type, "IHDR", 4) == 0 && length >= 13) {
-      const uint8_t* header = type + 4;
-      static const uint32_t kChannels[7] = {1, 0, 3, 1, 2, 0, 4};
-      const uint32_t colour = header[9];
-      const uint64_t channels = colour < 7 ? kChannels[colour] : 0;
-      const uint64_t width = be32(header), height = be32(header + 4);
-      pixelBytes = (width >> 24) || (height >> 24) ? UINT64_MAX : width * height * channels * header[8] / 8;
-    } else if (std::memcmp(type, "IDAT", 4) == 0) {
-      compressed += length;
-    } else if (std::memcmp(type, "IEND", 4) == 0) {
-      ended = true;
-      break;
-    }
-    at += 12 + static_cast<size_t>(length);
-  }
-  if (!ended) return Result::failure(Status::InvalidData, "PNG: the file ends before its last chunk");
-  if (pixelBytes > compressed * 1032 + 4096)
-    return Result::failure(Status::InvalidData, "PNG: too little image data for the declared size");
-  return Result::success();
-}
-
 Result checkBmp(const uint8_t* bytes, size_t size) {
   if (size < 30) return Result::success();
   const uint64_t offset = le32(bytes + 10), headerSize = le32(bytes + 14);
@@ -257,57 +195,14 @@ Result checkTga(const uint8_t* bytes, size_t size) {
   return at > size ? truncated : Result::success();
 }
 
-// stb_image (as packaged) builds a JPEG Huffman table from its 16 code counts without
-// checking that they total at most 256, and overruns the table when they do not. So
-// every table of every DHT segment that it could reach is checked first: the walk
-// takes each 0xFF followed by a marker as stb_image would, anywhere in the file (so
-// also inside entropy-coded data, where only stuffed zeros and restart markers
-// belong), and reads bytes past the end as zeros, as stb_image does.
-Result checkJpeg(const uint8_t* bytes, size_t size) {
-  auto at = [&](size_t index) -> uint32_t { return index < size ? bytes[index] : 0; };
-  size_t position = 0;
-  while (position + 1 < size) {
-    if (bytes[position] != 0xff) {
-      ++position;
-      continue;
-    }
-    size_t next = position + 1;
-    while (next < size && bytes[next] == 0xff) ++next;
-    if (next >= size) break;
-    const uint32_t marker = bytes[next];
-    position = next + 1;
-    if (marker == 0x00 || marker == 0x01 || (marker >= 0xd0 && marker <= 0xd9)) continue;  // no length
-    const size_t length = (at(position) << 8) | at(position + 1);
-    if (marker == 0xc4) {
-      int64_t left = static_cast<int64_t>(length) - 2;
-      size_t table = position + 2;
-      while (left > 0) {
-        const uint32_t header = at(table);
-        if ((header >> 4) > 1 || (header & 15) > 3) break;  // stb_image refuses the segment itself
-        uint32_t codes = 0;
-        for (size_t i = 0; i < 16; ++i) codes += at(table + 1 + i);
-        if (codes > 256)
-          return Result::failure(Status::InvalidData, "JPEG: a Huffman table has more than 256 codes");
-        table += 17 + codes;
-        left -= 17 + static_cast<int64_t>(codes);
-      }
-    }
-    // Past the segment (entropy-coded data after a scan header is walked like the rest).
-    if (marker != 0xda) position += length;
-  }
-  return Result::success();
-}
-
 Result checkPromisedBytes(FileType type, const void* data, size_t size) {
   const auto* bytes = static_cast<const uint8_t*>(data);
   switch (type) {
-    case FileType::Png:
-      return checkPng(bytes, size);
     case FileType::Bmp:
       return checkBmp(bytes, size);
     case FileType::Tga:
       return checkTga(bytes, size);
-    default:  // JPEG: checked before its header is read
+    default:
       return Result::success();
   }
 }
@@ -422,8 +317,11 @@ Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& li
                        : (file.layout.alpha ? PixelFormat::A8R8G8B8 : PixelFormat::X8R8G8B8);
     return Result::success();
   }
+  const FileType type = bySignature(data, size);
+  if (type == FileType::Jpg) return jpeg::readInfo(data, size, info, limits);
+  if (type == FileType::Png) return png::readInfo(data, size, info, limits);
   int channels = 0;
-  return stbInfo(data, size, bySignature(data, size), info, &channels, limits);
+  return stbInfo(data, size, type, info, &channels, limits);
 }
 
 Result decode(const void* data, size_t size, DecodedImage* image, const Limits& limits) {
@@ -432,7 +330,10 @@ Result decode(const void* data, size_t size, DecodedImage* image, const Limits& 
   budget = Budget();
   if (size == 0) return Result::failure(Status::InvalidData, "the file is empty");
   if (dds::hasMagic(data, size)) return decodeDds(data, size, image, limits);
-  return decodeStb(data, size, bySignature(data, size), image, limits);
+  const FileType type = bySignature(data, size);
+  if (type == FileType::Jpg) return jpeg::decode(data, size, image, limits);
+  if (type == FileType::Png) return png::decode(data, size, image, limits);
+  return decodeStb(data, size, type, image, limits);
 }
 
 uint64_t lastDecoderPeakBytes() { return budget.peak; }

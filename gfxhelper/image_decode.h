@@ -2,11 +2,11 @@
 
 // Image files from memory into B, G, R, A pixels. Platform-free.
 //
-// PNG, JPEG, BMP (also named .dib) and TGA go through stb_image; DDS through our
-// own reader. The kind is told by the bytes, not by a file name. Sizes beyond
-// Limits are refused from the header, before pixel memory is taken, and the memory
-// that stb_image may take while decoding is capped to a few times the image's own
-// size, so that no file can make it allocate without bound.
+// JPEG goes through libjpeg-turbo, PNG through libpng, BMP (also named .dib) and TGA
+// through stb_image, DDS through our own reader. The kind is told by the bytes, not by
+// a file name. Sizes beyond Limits are refused from the header, before pixel memory is
+// taken, and the memory that the decoders may take is capped to a few times the
+// image's own size, so that no file can make them allocate without bound.
 
 #include <cstddef>
 #include <cstdint>
@@ -26,7 +26,7 @@ struct DecodedImage {
 // The kind of file from its first bytes; Unknown when no reader claims it.
 FileType identify(const void* data, size_t size);
 
-// The header alone: size, levels, layout. For stb's formats, the format is
+// The header alone: size, levels, layout. For PNG, JPEG, BMP and TGA, the format is
 // A8R8G8B8 when the header declares alpha and X8R8G8B8 otherwise.
 Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& limits = Limits());
 

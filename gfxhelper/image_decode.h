@@ -35,8 +35,8 @@ Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& li
 // did not declare (a PNG's transparent palette entry, say).
 Result decode(const void* data, size_t size, DecodedImage* image, const Limits& limits = Limits());
 
-// The most memory that stb_image held at once during the last decode on this
-// thread, for tests that check hostile files cannot make it allocate much.
+// The most memory that stb_image held at once during the last decode (of a BMP or
+// TGA file) on this thread, for tests that check hostile files cannot make it allocate much.
 uint64_t lastDecoderPeakBytes();
 
 }  // namespace gfximage

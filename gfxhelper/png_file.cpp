@@ -46,10 +46,9 @@ bool readHeader(png_structp png, png_infop info) {
   png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
   png_set_crc_action(png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);
   png_set_option(png, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
-  // Nothing but the pixels and their transparency is used: other chunks are skipped.
-  static const png_byte kTransparency[] = "tRNS";
+  // Nothing but the pixels and their transparency is used: -1 skips every chunk
+  // other than IHDR, PLTE, tRNS, IDAT and IEND.
   png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
-  png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_AS_DEFAULT, kTransparency, 1);
   png_read_info(png, info);
   return true;
 }

@@ -31,3 +31,60 @@ else()
   add_library(ts_bz2 INTERFACE)
   target_link_libraries(ts_bz2 INTERFACE BZip2::BZip2)
 endif()
+
+# JPEG and PNG: Debian's libjpeg-turbo, libpng and zlib natively. For Windows, the
+# libjpeg-turbo and libpng source packages built by their own CMake projects as
+# static libraries (only the library targets: their tools and tests would double
+# the time), on the zlib of libz-mingw-w64-dev.
+if(TS_WINDOWS)
+  foreach(source IN ITEMS "${TS_JPEG_SOURCE}/jpeglib.h" "${TS_PNG_SOURCE}/png.h")
+    if(NOT EXISTS "${source}")
+      message(FATAL_ERROR "'${source}' not found; run ./test or ./run, which fetch the source packages")
+    endif()
+  endforeach()
+  find_library(TS_MINGW_ZLIB NAMES libz.a REQUIRED)
+  find_path(TS_MINGW_ZLIB_INCLUDE zlib.h REQUIRED)
+  include(ExternalProject)
+  # Nothing is installed, but libjpeg-turbo's package files want a prefix that is a path here.
+  set(library_args -DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE} -DCMAKE_BUILD_TYPE=Release
+                   -DCMAKE_INSTALL_PREFIX=${CMAKE_BINARY_DIR}/unused-prefix)
+
+  set(jpeg_build ${CMAKE_BINARY_DIR}/libjpeg-turbo)
+  ExternalProject_Add(libjpeg_turbo
+    SOURCE_DIR ${TS_JPEG_SOURCE}
+    BINARY_DIR ${jpeg_build}
+    CMAKE_ARGS ${library_args} -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DREQUIRE_SIMD=ON
+               -DCMAKE_ASM_NASM_COMPILER=nasm
+    BUILD_COMMAND $(MAKE) jpeg-static
+    INSTALL_COMMAND ""
+    BUILD_BYPRODUCTS ${jpeg_build}/libjpeg.a)
+  # jconfig.h is written into the build folder at configure time, beside the library.
+  file(MAKE_DIRECTORY ${jpeg_build})
+  add_library(ts_jpeg STATIC IMPORTED GLOBAL)
+  set_target_properties(ts_jpeg PROPERTIES IMPORTED_LOCATION ${jpeg_build}/libjpeg.a
+                                           INTERFACE_INCLUDE_DIRECTORIES "${TS_JPEG_SOURCE};${jpeg_build}")
+  add_dependencies(ts_jpeg libjpeg_turbo)
+
+  set(png_build ${CMAKE_BINARY_DIR}/libpng)
+  ExternalProject_Add(libpng
+    SOURCE_DIR ${TS_PNG_SOURCE}
+    BINARY_DIR ${png_build}
+    CMAKE_ARGS ${library_args} -DPNG_SHARED=OFF -DPNG_EXECUTABLES=OFF -DPNG_TESTS=OFF
+               -DZLIB_LIBRARY=${TS_MINGW_ZLIB} -DZLIB_INCLUDE_DIR=${TS_MINGW_ZLIB_INCLUDE}
+    BUILD_COMMAND $(MAKE) png_static
+    INSTALL_COMMAND ""
+    BUILD_BYPRODUCTS ${png_build}/libpng16.a)
+  file(MAKE_DIRECTORY ${png_build})
+  add_library(ts_png STATIC IMPORTED GLOBAL)
+  set_target_properties(ts_png PROPERTIES IMPORTED_LOCATION ${png_build}/libpng16.a
+                                          INTERFACE_INCLUDE_DIRECTORIES "${TS_PNG_SOURCE};${png_build}"
+                                          INTERFACE_LINK_LIBRARIES ${TS_MINGW_ZLIB})
+  add_dependencies(ts_png libpng)
+else()
+  find_package(JPEG REQUIRED)
+  find_package(PNG REQUIRED)
+  add_library(ts_jpeg INTERFACE)
+  target_link_libraries(ts_jpeg INTERFACE JPEG::JPEG)
+  add_library(ts_png INTERFACE)
+  target_link_libraries(ts_png INTERFACE PNG::PNG)
+endif()

@@ -9,6 +9,7 @@ TS_DEPS=$TS_ROOT/build/deps
 ts_need_packages() {
   local missing=() p
   for p in cmake g++ clang libclang-rt-14-dev googletest libbz2-dev libstb-dev librapidxml-dev \
+           libjpeg62-turbo-dev libpng-dev zlib1g-dev libz-mingw-w64-dev nasm \
            g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 \
            wine wine64 xvfb xauth libgl1-mesa-dri dpkg-dev; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
@@ -35,17 +36,23 @@ ts_enable_deb_src() {
   $sudo apt-get update -q >/dev/null
 }
 
-# libbzip2 has no mingw package: its Debian source is compiled by the Windows build.
-ts_fetch_bzip2_source() {
-  if [ -f "$TS_DEPS/bzip2/bzlib.h" ]; then return; fi
+# Debian's source package PACKAGE unpacked into build/deps/DIR, once; FILE shows it is there.
+ts_fetch_source() {
+  local package=$1 dir=$2 file=$3
+  if [ -f "$TS_DEPS/$dir/$file" ]; then return; fi
   ts_enable_deb_src
   local tmp; tmp=$(mktemp -d)
-  (cd "$tmp" && apt-get source -qq bzip2 >/dev/null 2>&1)
+  # Newest first; a mirror may list a version whose files it does not hold yet.
+  local version
+  for version in $(apt-cache showsrc "$package" | sed -n 's/^Version: //p' | sort -rV); do
+    (cd "$tmp" && apt-get source -qq "$package=$version" >/dev/null 2>&1) && break
+    rm -rf "${tmp:?}"/*
+  done
   mkdir -p "$TS_DEPS"
-  rm -rf "$TS_DEPS/bzip2"
-  mv "$(find "$tmp" -maxdepth 1 -type d -name 'bzip2-*' | head -1)" "$TS_DEPS/bzip2"
+  rm -rf "${TS_DEPS:?}/$dir"
+  mv "$(find "$tmp" -mindepth 1 -maxdepth 1 -type d | head -1)" "$TS_DEPS/$dir"
   rm -rf "$tmp"
-  [ -f "$TS_DEPS/bzip2/bzlib.h" ] || { echo "setup: could not fetch the bzip2 source package" >&2; return 1; }
+  [ -f "$TS_DEPS/$dir/$file" ] || { echo "setup: could not fetch the $package source package" >&2; return 1; }
 }
 
 # The Wine server and the virtual display are shared by every command of this
@@ -74,5 +81,8 @@ ts_stop_wine() {
 
 ts_setup() {
   ts_need_packages
-  ts_fetch_bzip2_source
+  # No mingw packages exist for these: the Windows build compiles their Debian sources.
+  ts_fetch_source bzip2 bzip2 bzlib.h
+  ts_fetch_source libjpeg-turbo libjpeg-turbo jpeglib.h
+  ts_fetch_source libpng1.6 libpng png.h
 }

@@ -2,11 +2,11 @@
 
 // Image files from memory into B, G, R, A pixels. Platform-free.
 //
-// PNG and JPEG go through stb_image; BMP (also named .dib), TGA and DDS through
-// our own readers. The kind is told by the bytes, not by a file name. Sizes beyond
-// Limits are refused from the header, before pixel memory is taken, and the memory
-// that stb_image may take while decoding is capped to a few times the image's own
-// size, so that no file can make it allocate without bound.
+// JPEG goes through libjpeg-turbo, PNG through libpng, BMP (also named .dib), TGA and
+// DDS through our own readers. The kind is told by the bytes, not by a file name. Sizes
+// beyond Limits are refused from the header, before pixel memory is taken, and the memory
+// that the decoders may take is capped to a few times the image's own size, so that no
+// file can make them allocate without bound.
 
 #include <cstddef>
 #include <cstdint>
@@ -35,8 +35,5 @@ Result readInfo(const void* data, size_t size, ImageInfo* info, const Limits& li
 // did not declare (a PNG's transparent palette entry, say).
 Result decode(const void* data, size_t size, DecodedImage* image, const Limits& limits = Limits());
 
-// The most memory that stb_image held at once during the last decode on this
-// thread, for tests that check hostile files cannot make it allocate much.
-uint64_t lastDecoderPeakBytes();
 
 }  // namespace gfximage

@@ -1,6 +1,9 @@
 // Writes the seed corpora of the image fuzz targets with our own writers: PNG, JPEG, BMP
-// and TGA of every layout their readers know (and a few DDS) into the first folder, DDS
+// and TGA of every layout their readers know (progressive JPEG, 16-bit, interlaced and
+// palette PNG by the libraries' own encoders) and a few DDS into the first folder, DDS
 // files of every layout the reader knows into the second.
+#include <png.h>
+
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -72,6 +75,13 @@ int main(int argc, char** argv) {
             save(dds + "cube_dxt5.dds", ddsFile(PixelFormat::DXT5, 4, 4, 1, true));
   for (const tstest::StoredPicture& picture : tstest::bmpAndTgaPictures())
     ok = ok && save(images + picture.name + (picture.name[0] == 'b' ? ".bmp" : ".tga"), picture.file);
+  // 16-bit samples: the bytes of a picture twice as wide.
+  ok = ok && save(images + "progressive.jpg", tstest::libJpeg(7, 5, 3, picture(7, 5, 3), true)) &&
+       save(images + "grey.jpg", tstest::libJpeg(8, 8, 1, picture(8, 8, 1), false)) &&
+       save(images + "rgba16_adam7.png",
+            tstest::libPng(7, 5, {PNG_COLOR_TYPE_RGB_ALPHA, 16, true, {}}, picture(14, 5, 4))) &&
+       save(images + "palette.png", tstest::libPng(6, 4, {PNG_COLOR_TYPE_PALETTE, 2, false, picture(4, 1, 4)},
+                                                  Bytes(4 * 2, 0x1b)));
   for (PixelFormat format : {PixelFormat::A8R8G8B8, PixelFormat::X8R8G8B8, PixelFormat::A8B8G8R8, PixelFormat::R8G8B8,
                              PixelFormat::R5G6B5, PixelFormat::A1R5G5B5, PixelFormat::A4R4G4B4, PixelFormat::R3G3B2,
                              PixelFormat::A8, PixelFormat::L8, PixelFormat::A8L8, PixelFormat::A4L4, PixelFormat::L16,

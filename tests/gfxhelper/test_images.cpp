@@ -10,6 +10,12 @@
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb_image_write.h>
 
+#include <cstdio>
+#include <cstdlib>
+
+#include <jpeglib.h>
+#include <png.h>
+
 namespace tstest {
 
 namespace {
@@ -19,6 +25,8 @@ void collect(void* context, void* data, int size) {
   const auto* from = static_cast<const uint8_t*>(data);
   bytes->insert(bytes->end(), from, from + size);
 }
+
+void collectPng(png_structp png, png_bytep data, size_t size) { collect(png_get_io_ptr(png), data, static_cast<int>(size)); }
 
 // Every quantiser 1 and no subsampling of the colour.
 constexpr int kBestJpegQuality = 100;
@@ -253,6 +261,62 @@ std::vector<StoredPicture> bmpAndTgaPictures() {
   };
   std::fill(pictures[11].bgra.begin() + 4, pictures[11].bgra.begin() + 12, 0);  // texels 1 and 2 skipped by the delta
   return pictures;
+}
+
+// The encoders' default error handlers end the process: a test's inputs are all valid.
+Bytes libPng(int width, int height, const PngLayout& layout, const Bytes& samples) {
+  Bytes bytes;
+  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  png_infop info = png_create_info_struct(png);
+  png_set_write_fn(png, &bytes, collectPng, nullptr);
+  png_set_IHDR(png, info, width, height, layout.bitDepth, layout.colourType,
+               layout.adam7 ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  std::vector<png_color> colours;
+  Bytes alphas;
+  for (size_t at = 0; at + 3 < layout.palette.size(); at += 4) {
+    colours.push_back({layout.palette[at], layout.palette[at + 1], layout.palette[at + 2]});
+    alphas.push_back(layout.palette[at + 3]);
+  }
+  if (!colours.empty()) {
+    png_set_PLTE(png, info, colours.data(), static_cast<int>(colours.size()));
+    png_set_tRNS(png, info, alphas.data(), static_cast<int>(alphas.size()), nullptr);
+  }
+  png_write_info(png, info);
+  std::vector<png_bytep> rows;
+  const size_t rowBytes = samples.size() / static_cast<size_t>(height);
+  for (int y = 0; y < height; ++y) rows.push_back(const_cast<png_bytep>(samples.data() + y * rowBytes));
+  png_write_image(png, rows.data());
+  png_write_end(png, nullptr);
+  png_destroy_write_struct(&png, &info);
+  return bytes;
+}
+
+Bytes libJpeg(int width, int height, int channels, const Bytes& samples, bool progressive) {
+  jpeg_compress_struct info;
+  jpeg_error_mgr errors;
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&info);
+  unsigned char* file = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&info, &file, &size);
+  info.image_width = static_cast<JDIMENSION>(width);
+  info.image_height = static_cast<JDIMENSION>(height);
+  info.input_components = channels;
+  info.in_color_space = channels == 1 ? JCS_GRAYSCALE : JCS_RGB;
+  jpeg_set_defaults(&info);
+  jpeg_set_quality(&info, kBestJpegQuality, TRUE);
+  info.comp_info[0].h_samp_factor = info.comp_info[0].v_samp_factor = 1;
+  if (progressive) jpeg_simple_progression(&info);
+  jpeg_start_compress(&info, TRUE);
+  while (info.next_scanline < info.image_height) {
+    auto row = const_cast<JSAMPROW>(samples.data() + static_cast<size_t>(info.next_scanline) * width * channels);
+    jpeg_write_scanlines(&info, &row, 1);
+  }
+  jpeg_finish_compress(&info);
+  Bytes bytes(file, file + size);
+  std::free(file);
+  jpeg_destroy_compress(&info);
+  return bytes;
 }
 
 Bytes ddsFile(const DdsHeader& header, const Bytes& data) {

@@ -1,7 +1,8 @@
 #pragma once
 
 // Image files for tests, made by our own code: PNG and JPEG through stb_image_write
-// into memory; BMP, TGA and DDS headers field by field from the documented layouts.
+// into memory, PNG and JPEG of every layout through the encoders of libpng and
+// libjpeg-turbo; BMP, TGA and DDS headers field by field from the documented layouts.
 
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,21 @@ std::vector<StoredPicture> bmpAndTgaPictures();
 // cyan, magenta, black) at the best quality: it decodes to within a few steps of them.
 extern const uint8_t kJpegTexels[8][3];
 Bytes jpegFile();
+
+// Through libpng: `samples` in the file's own layout (colour type and bit depth, 16-bit
+// samples big-endian, palette indices a byte each), rows top to bottom. A palette
+// holds R, G, B, A entries (its alphas become the tRNS chunk).
+struct PngLayout {
+  int colourType;
+  int bitDepth;
+  bool adam7;
+  Bytes palette;
+};
+Bytes libPng(int width, int height, const PngLayout& layout, const Bytes& samples);
+
+// Through libjpeg-turbo at the best quality, no subsampling: 1 (grey) or 3 (R, G, B)
+// bytes a texel.
+Bytes libJpeg(int width, int height, int channels, const Bytes& samples, bool progressive);
 
 void appendLe32(Bytes* bytes, uint32_t value);
 

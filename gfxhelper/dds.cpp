@@ -1,6 +1,7 @@
 #include "gfxhelper/dds.h"
 
 #include "gfxhelper/dxt.h"
+#include "gfxhelper/le_bytes.h"
 
 namespace gfximage {
 namespace dds {
@@ -29,11 +30,7 @@ enum Offset : size_t {
   kCaps2 = 112,
 };
 
-uint32_t field(const uint8_t* bytes, size_t offset) {
-  const uint8_t* at = bytes + offset;
-  return static_cast<uint32_t>(at[0]) | (static_cast<uint32_t>(at[1]) << 8) | (static_cast<uint32_t>(at[2]) << 16) |
-         (static_cast<uint32_t>(at[3]) << 24);
-}
+uint32_t field(const uint8_t* bytes, size_t offset) { return le32(bytes + offset); }
 
 Result invalid(const char* why) { return Result::failure(Status::InvalidData, std::string("DDS: ") + why); }
 Result unsupported(const char* why) { return Result::failure(Status::Unsupported, std::string("DDS: ") + why); }

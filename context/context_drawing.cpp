@@ -1,17 +1,12 @@
 // Drawing through the context: the dynamic rings and the helpers built on them.
 #include "context/context.h"
 
+#include "context/color_vertex.h"
 #include "geometry/oriented_box.h"
 
 namespace ts3d {
 
 namespace {
-
-struct ColorVertex {
-  float x, y, z, rhw;
-  D3DCOLOR color;
-};
-static_assert(sizeof(ColorVertex) == 20, "screen vertex with colour");
 
 struct LineVertex {
   float x, y, z;
@@ -80,7 +75,7 @@ void Context::clear(uint32_t flags, bool direct) {
   const D3DVIEWPORT9& v = currentTarget->viewport;
   const float left = static_cast<float>(v.X), top = static_cast<float>(v.Y);
   const float right = left + static_cast<float>(v.Width), bottom = top + static_cast<float>(v.Height);
-  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, sizeof(ColorVertex), 4));
+  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(kColorVertexFvf, sizeof(ColorVertex), 4));
   if (!quad) return;
   // Counter-clockwise on screen, so that the engine's usual culling of clockwise
   // faces keeps it whatever the rasteriser state.
@@ -104,7 +99,7 @@ void Context::clear(uint32_t flags, bool direct) {
 
 void Context::drawLine(const float* from, const float* to, const color& colour) {
   const D3DCOLOR packed = packColor(colour);
-  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(D3DFVF_XYZRHW | D3DFVF_DIFFUSE, sizeof(ColorVertex), 2));
+  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(kColorVertexFvf, sizeof(ColorVertex), 2));
   if (!line) return;
   line[0] = {from[0], from[1], 1.0f, 1.0f, packed};
   line[1] = {to[0], to[1], 1.0f, 1.0f, packed};

@@ -1,11 +1,17 @@
 #include "driver/effect_factory.h"
 
 #include "driver/host/effect_descriptor.h"
+#include "effects/fx_blend_transition.h"
+#include "effects/fx_blur_radial.h"
+#include "effects/fx_direct_transition.h"
+#include "effects/fx_render_bw.h"
+#include "effects/fx_render_rgb.h"
 #include "effects/fx_simple_bmp.h"
 #include "effects/fx_simple_color.h"
 #include "effects/fx_simple_scene.h"
 #include "effects/fx_sr_channels.h"
 #include "effects/fx_sr_gaussian.h"
+#include "effects/fx_white_transition.h"
 #include "effects/timeline_item.h"
 
 namespace {
@@ -26,7 +32,7 @@ TimelineItem* makeEmpty() {
 
 struct EffectType {
   const char* name;
-  MakeFromDescriptor fromDescriptor;  // null while the class is not built
+  MakeFromDescriptor fromDescriptor;
   MakeEmpty empty;
 };
 
@@ -34,10 +40,12 @@ const EffectType kEffectTypes[kEffectTypeCount] = {
     {"fx_simple_bmp", makeFromDescriptor<FxSimpleBmp>, makeEmpty<FxSimpleBmp>},
     {"fx_simple_scene", makeFromDescriptor<FxSimpleScene>, makeEmpty<FxSimpleScene>},
     {"fx_simple_color", makeFromDescriptor<FxSimpleColor>, makeEmpty<FxSimpleColor>},
-    {"fx_blur_radial", nullptr, nullptr},
-    {"fx_trans_white", nullptr, nullptr},  {"fx_trans_blend", nullptr, nullptr},
-    {"fx_trans_direct", nullptr, nullptr}, {"fx_render_bw", nullptr, nullptr},
-    {"fx_render_rgb", nullptr, nullptr},
+    {"fx_blur_radial", makeFromDescriptor<FxBlurRadial>, makeEmpty<FxBlurRadial>},
+    {"fx_trans_white", makeFromDescriptor<FxWhiteTransition>, makeEmpty<FxWhiteTransition>},
+    {"fx_trans_blend", makeFromDescriptor<FxBlendTransition>, makeEmpty<FxBlendTransition>},
+    {"fx_trans_direct", makeFromDescriptor<FxDirectTransition>, makeEmpty<FxDirectTransition>},
+    {"fx_render_bw", makeFromDescriptor<FxRenderBw>, makeEmpty<FxRenderBw>},
+    {"fx_render_rgb", makeFromDescriptor<FxRenderRgb>, makeEmpty<FxRenderRgb>},
     {"fx_sr_gaussian", makeFromDescriptor<FxSrGaussian>, makeEmpty<FxSrGaussian>},
     {"fx_sr_channels", makeFromDescriptor<FxSrChannels>, makeEmpty<FxSrChannels>},
 };
@@ -55,12 +63,12 @@ int effectTypeIndex(const std::string& typeName) {
 TimelineItem* createEffect(const EffectDescriptor& descriptor, const std::string& instanceName,
                            ControllerFactory* factory) {
   const int index = effectTypeIndex(descriptor.name);
-  if (index < 0 || !kEffectTypes[index].fromDescriptor) return nullptr;
+  if (index < 0) return nullptr;
   return kEffectTypes[index].fromDescriptor(descriptor, instanceName, factory);
 }
 
 TimelineItem* createEmptyEffect(const std::string& typeName) {
   const int index = effectTypeIndex(typeName);
-  if (index < 0 || !kEffectTypes[index].empty) return nullptr;
+  if (index < 0) return nullptr;
   return kEffectTypes[index].empty();
 }

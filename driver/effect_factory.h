@@ -14,7 +14,7 @@ const char* effectTypeName(int index);
 // string; -1 when it names no effect.
 int effectTypeIndex(const std::string& typeName);
 
-// Null for an unknown name, or for a type whose class is not part of this build.
+// Null for an unknown name.
 TimelineItem* createEffect(const EffectDescriptor& descriptor, const std::string& instanceName,
                            ControllerFactory* factory);
 TimelineItem* createEmptyEffect(const std::string& typeName);

@@ -69,12 +69,21 @@ class EffectBase : public TimelineItem, public TimelineBase {
   }
 };
 
-// An effect that joins two inputs; the host asks which inputs it draws.
+// An effect that joins two inputs, 1 before and 2 after, by its one parameter, the
+// progress from 0 to 1; the host asks which inputs it draws. Unless a transition says
+// otherwise, only the input that dominates is drawn, straight to the target: a cut at 0.5.
 class TransitionBase : public EffectBase {
  public:
   using EffectBase::EffectBase;
   bool isTransition() const override { return true; }
-  virtual bool needsInput(int32_t input) = 0;
-  virtual void beginInput(int32_t input) = 0;
-  virtual int32_t activeInput() const = 0;
+  virtual bool needsInput(int32_t input) { return input == activeInput(); }
+  virtual void beginInput(int32_t) {}
+  virtual int32_t activeInput() const { return progressValue < 0.5f ? 1 : 2; }
+
+  void setFloat(uint32_t index, float value) override {
+    if (index == 0) progressValue = value;
+  }
+
+  // The parameter; not progress(), the share of the span that has passed.
+  float progressValue = 0.0f;
 };

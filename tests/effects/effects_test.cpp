@@ -57,6 +57,9 @@ class EffectTest : public tstest::ContextTest {
   }
   void TearDown() override {
     theDriver.setControllerFactory(nullptr);
+    // The pools' surfaces belong to this device, which the render window would have emptied.
+    theDriver.screenSurfaces.empty();
+    theDriver.smallSurfaces.empty();
     ContextTest::TearDown();
   }
 
@@ -239,6 +242,91 @@ TEST_F(EffectTest, WithoutTheirDataBmpAndSceneWarnAtOpenAndDrawSafely) {
   EXPECT_EQ(proxy->count(tstest::DeviceCallKind::DrawPrimitiveUP), 1u);
   EXPECT_EQ(tracer.count('w'), 2u) << "only open warns";
   EXPECT_EQ(tracer.count('b'), 0u);
+}
+
+// A picture as the host's layers would draw it into the current target, scaled from the
+// 640 x 480 frame to the target's viewport: a background, and a square around the centre.
+struct Picture {
+  uint32_t background;
+  bool square;
+};
+
+void paint(ts3d::Context* context, const Picture& picture) {
+  const D3DVIEWPORT9& viewport = context->renderTarget()->viewport;
+  const auto scaled = [&](LONG x, LONG y) { return std::pair<LONG, LONG>(x * viewport.Width / 640, y * viewport.Height / 480); };
+  const auto [right, bottom] = scaled(640, 480);
+  const auto [left, top] = scaled(280, 200);
+  const auto [squareRight, squareBottom] = scaled(360, 280);
+  const D3DRECT whole = {0, 0, right, bottom}, square = {left, top, squareRight, squareBottom};
+  context->device->Clear(1, &whole, D3DCLEAR_TARGET, 0xFF000000u | picture.background, 1.0f, 0);
+  if (picture.square) context->device->Clear(1, &square, D3DCLEAR_TARGET, 0xFF28A0DCu, 1.0f, 0);
+}
+
+// Each filter and transition on an 800 x 600 target filled green, over inputs painted as the
+// host draws them on the effect's request: what shows in the background, at the centre of the
+// square (40, 160, 220), just right of the square, and beyond the 640 x 480 frame and the
+// blur's largest copy; and how
+// many draws its render makes.
+TEST_F(EffectTest, FiltersAndTransitionsShowTheirInputsChanged) {
+  const Picture a{0xC80064, false}, b{0x0064C8, false}, scene{0xC86428, true};
+  const ParamDeclarations blur0 = {{2, "0"}, {1, "0.32"}, {1, "0.24"}, {1, "0.2"}, {1, "1"}, {2, "2"}, {2, "3"}};
+  const ParamDeclarations blur8 = {{2, "8"}, {1, "0.32"}, {1, "0.24"}, {1, "0.2"}, {1, "1"}, {2, "2"}, {2, "3"}};
+  struct Row {
+    const char* type;
+    ParamDeclarations params;
+    Picture inputs[2];
+    uint32_t background, centre, nearSquare, beyond;
+    int tolerance;
+    size_t draws;
+  } const rows[] = {
+      {"fx_trans_direct", {{1, "0.5"}}, {a, b}, 0x0064C8, 0x0064C8, 0x0064C8, 0x0064C8, 0, 0},  // the cut
+      {"fx_trans_white", {{1, "0"}}, {a, b}, 0xC80064, 0xC80064, 0xC80064, 0xC80064, 0, 1},
+      {"fx_trans_white", {{1, "0.5"}}, {a, b}, 0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0, 1},
+      {"fx_trans_white", {{1, "1"}}, {a, b}, 0x0064C8, 0x0064C8, 0x0064C8, 0x0064C8, 0, 1},
+      {"fx_trans_blend", {{1, "0.5"}}, {a, b}, 0x643296, 0x643296, 0x643296, 0x643296, 2, 1},  // the mean
+      {"fx_render_bw", {{1, "0.33333"}}, {scene}, 0x717171, 0x8C8C8C, 0x717171, 0x00FF00, 3, 1},  // the average
+      {"fx_render_bw", {{1, "0"}}, {scene}, 0x000000, 0x000000, 0x000000, 0x00FF00, 3, 1},
+      {"fx_render_rgb", {{1, "0"}}, {scene}, 0xC86428, 0x28A0DC, 0xC86428, 0x00FF00, 3, 3},
+      {"fx_blur_radial", blur0, {scene}, 0xC86428, 0x28A0DC, 0xC86428, 0x000000, 3, 2},
+      // The last three of eight copies, up to 1.36 times the frame, reach past the square.
+      {"fx_blur_radial", blur8, {scene}, 0xC86428, 0x28A0DC, 0x99765D, 0x000000, 8, 2},
+  };
+  std::unique_ptr<ts3d::RenderSurface> large(ts3d::RenderSurface::create(800, 600, false, false));
+  ts3d::RenderSurface* back = context->renderTarget();
+  context->setRenderTarget(large.get());
+  for (const Row& row : rows) {
+    context->device->Clear(0, nullptr, D3DCLEAR_TARGET, 0xFF00FF00u, 1.0f, 0);
+    std::unique_ptr<TimelineItem> effect = makeEffect(row.type, row.params);
+    effect->open();
+    effect->update(0, 0.0f);
+    if (effect->isTransition()) {
+      auto* transition = static_cast<TransitionBase*>(effect.get());
+      for (int32_t input = 1; input <= 2; ++input) {
+        if (!transition->needsInput(input)) continue;
+        transition->beginInput(input);
+        paint(context, row.inputs[input - 1]);
+        transition->endCapture();
+      }
+    } else {
+      effect->beginCapture();
+      paint(context, row.inputs[0]);
+      effect->endCapture();
+    }
+    proxy->clearLog();
+    effect->render();
+    EXPECT_EQ(proxy->count(tstest::DeviceCallKind::DrawPrimitiveUP), row.draws) << row.type;
+    readTarget();
+    const std::pair<int, int> places[4] = {{100, 100}, {320, 240}, {370, 240}, {790, 590}};
+    const uint32_t expected[4] = {row.background, row.centre, row.nearSquare, row.beyond};
+    for (int i = 0; i < 4; ++i) {
+      const auto [x, y] = places[i];
+      const uint32_t e = expected[i];
+      EXPECT_TRUE(pixelNear(rgbAt(x, y), e >> 16, e >> 8 & 0xFF, e & 0xFF, row.tolerance))
+          << row.type << " " << row.params.begin()->second << " at " << x << ", " << y << ": " << std::hex << rgbAt(x, y);
+    }
+  }
+  context->setRenderTarget(back);
+  EXPECT_TRUE(tracer.messages.empty());
 }
 
 TEST(DataScene, RefusesAFileWhoseRootIsNoScene) {

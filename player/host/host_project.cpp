@@ -50,12 +50,80 @@ std::string whyNotLoaded(const std::string& path) {
 
 }  // namespace
 
+struct HostProject::Entry {
+  TimelineItem* effect;
+  std::vector<std::vector<Entry>> inputs;  // a transition's two, else none
+};
+
+namespace {
+
+using Stack = std::vector<HostProject::Entry>;
+
+template <class Visit>
+void forEachEffect(const Stack& stack, const Visit& visit) {
+  for (const HostProject::Entry& entry : stack) {
+    visit(entry.effect);
+    for (const Stack& input : entry.inputs) forEachEffect(input, visit);
+  }
+}
+
+bool holds(TimelineItem* effect, float time) {
+  return time >= effect->startTime() && time < effect->startTime() + effect->duration();
+}
+
+// What of `stack` shows at `time`, the lowest first: a transition out of its span gives way
+// to its inputs' effects.
+void collectShown(const Stack& stack, float time, std::vector<const HostProject::Entry*>& shown) {
+  for (const HostProject::Entry& entry : stack) {
+    if (holds(entry.effect, time))
+      shown.push_back(&entry);
+    else
+      for (const Stack& input : entry.inputs) collectShown(input, time, shown);
+  }
+}
+
+bool drawStack(const Stack& stack, float time);
+
+// Draws shown[0, end), top first.
+void drawShown(const std::vector<const HostProject::Entry*>& shown, size_t end, float time) {
+  const HostProject::Entry& top = *shown[end - 1];
+  TimelineItem* effect = top.effect;
+  if (!top.inputs.empty()) {
+    auto* transition = static_cast<TransitionBase*>(effect);
+    for (int32_t input = 1; input <= 2; ++input) {
+      if (!transition->needsInput(input)) continue;
+      transition->beginInput(input);
+      drawStack(top.inputs[input - 1], time);
+      transition->endCapture();
+    }
+  } else if (end == 1) {
+    effect->clearFrame();
+  } else {
+    effect->beginCapture();
+    drawShown(shown, end - 1, time);
+    effect->endCapture();
+  }
+  effect->render();
+}
+
+// False when nothing of the stack shows.
+bool drawStack(const Stack& stack, float time) {
+  std::vector<const HostProject::Entry*> shown;
+  collectShown(stack, time, shown);
+  if (shown.empty()) return false;
+  drawShown(shown, shown.size(), time);
+  return true;
+}
+
+}  // namespace
+
+HostProject::HostProject(DriverKMT& driver_) : driver(driver_), factory(this) {}
+
 HostProject::~HostProject() { clear(); }
 
 void HostProject::clear() {
-  for (auto& layer : layers)
-    for (TimelineItem* effect : layer) effect->destroy();
-  layers.clear();
+  forEachEffect(timeline, [](TimelineItem* effect) { effect->destroy(); });
+  timeline.clear();
   for (DataItem* item : items) delete item;
   items.clear();
   itemNames.clear();
@@ -89,54 +157,62 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
     itemNames.push_back(data.name);
   }
   driver.setControllerFactory(&factory);
-  for (const ProjectFile::Layer& layer : file.layers) {
-    layers.emplace_back();
+  if (addLayers(file.layers, timeline, file, library, error)) return true;
+  clear();
+  return false;
+}
+
+bool HostProject::addLayers(const std::vector<ProjectFile::Layer>& layers, std::vector<Entry>& stack,
+                            const ProjectFile& file, const EffectLibrary& library, LoadError& error) {
+  for (const ProjectFile::Layer& layer : layers) {
     for (const ProjectFile::Effect& effect : layer.effects) {
       const EffectDescriptor* descriptor = library.find(effect.type);
       TimelineItem* made = descriptor ? driver.createEffect(*descriptor, effect.name) : nullptr;
-      if (!made) return fail(effect.line, "effect '" + effect.type + "' is not available in this driver");
-      layers.back().push_back(made);
+      if (!made) {
+        error = LoadError{file.path, effect.line, "effect '" + effect.type + "' is not available in this driver"};
+        return false;
+      }
+      stack.push_back({made, {}});
+      if (made->isTransition() != !effect.inputs.empty()) {
+        error = LoadError{file.path, effect.line,
+                          "effect '" + effect.type + (made->isTransition() ? "' is a transition: it belongs in a <transition>"
+                                                                            : "' is not a transition: it belongs in an <effect>")};
+        return false;
+      }
       made->setStartTime(effect.start);
       made->setDuration(effect.length);
-      if (effect.params.empty()) continue;
-      HostTreeElement tree("effect");
-      describeParams(effect, tree);
-      made->load(&tree, reinterpret_cast<uintptr_t>(static_cast<const DataLookup*>(this)));
+      if (!effect.params.empty()) {
+        HostTreeElement tree("effect");
+        describeParams(effect, tree);
+        made->load(&tree, reinterpret_cast<uintptr_t>(static_cast<const DataLookup*>(this)));
+      }
+      for (const std::vector<ProjectFile::Layer>& input : effect.inputs)
+        if (!addLayers(input, stack.back().inputs.emplace_back(), file, library, error)) return false;
     }
   }
   return true;
 }
 
 void HostProject::visit(ItemVisitor& visitor) {
-  for (auto& layer : layers)
-    for (TimelineItem* effect : layer) effect->accept(&visitor);
+  forEachEffect(timeline, [&visitor](TimelineItem* effect) { effect->accept(&visitor); });
   for (DataItem* item : items) item->accept(&visitor);
 }
 
 void HostProject::drawFrame(float time) {
-  std::vector<TimelineItem*> shown;
-  for (auto& layer : layers)
-    for (TimelineItem* effect : layer)
-      if (time >= effect->startTime() && time < effect->startTime() + effect->duration()) shown.push_back(effect);
-  if (shown.empty()) {
-    driver.renderWindow()->drawIdleFrame();
-    return;
-  }
-  for (TimelineItem* effect : shown) effect->update(0, time);
-  shown.front()->clearFrame();
-  for (TimelineItem* effect : shown) effect->render();
+  forEachEffect(timeline, [time](TimelineItem* effect) {
+    if (holds(effect, time)) effect->update(0, time);
+  });
+  if (!drawStack(timeline, time)) driver.renderWindow()->drawIdleFrame();
 }
 
 float HostProject::endTime() const {
   float end = 0.0f;
-  for (const auto& layer : layers)
-    for (const TimelineItem* effect : layer) end = std::max(end, effect->startTime() + effect->duration());
+  forEachEffect(timeline, [&end](TimelineItem* effect) { end = std::max(end, effect->startTime() + effect->duration()); });
   return end;
 }
 
 void HostProject::prepare() {
-  for (auto& layer : layers)
-    for (TimelineItem* effect : layer) effect->reset();
+  forEachEffect(timeline, [](TimelineItem* effect) { effect->reset(); });
 }
 
 std::string& HostProject::text(std::string& out) const {

@@ -5,18 +5,18 @@
 
 #include "player/host/driver_interface.h"
 #include "player/host/host_controllers.h"
+#include "player/host/project_file.h"
 #include "player/host/xml_file.h"
 
 namespace host {
 
 class EffectLibrary;
-struct ProjectFile;
 
 // The host's project: its data items, made by the driver, and its layers of
 // effects, made from the library and given the file's values. Owns both.
 class HostProject : public Project, public DataList, public DataLookup {
  public:
-  explicit HostProject(DriverKMT& driver_) : driver(driver_), factory(this) {}
+  explicit HostProject(DriverKMT& driver_);
   ~HostProject() override;
   HostProject(const HostProject&) = delete;
   HostProject& operator=(const HostProject&) = delete;
@@ -35,9 +35,13 @@ class HostProject : public Project, public DataList, public DataLookup {
   // Effects first, in layer order, then data items.
   void visit(ItemVisitor& visitor);
 
-  // One frame at host time `time`: update every effect whose span holds it, clear
-  // with the lowest, render them from the lowest up. With none, the driver's idle
-  // frame. The caller presents.
+  // One frame at host time `time`: update every effect whose span holds it, then draw
+  // them from the top down: each effect above the lowest captures what those below it
+  // draw (a filter does, the others ignore it) and renders after them; the lowest
+  // clears the frame. A transition asks for its inputs, each drawn the same way, and
+  // stands for everything below it. Out of its span a transition's inputs are layers in
+  // its place, the first below the second. With nothing shown, the driver's idle frame.
+  // The caller presents.
   void drawFrame(float time);
 
   // The end of the last effect; 0 for an empty project.
@@ -57,14 +61,21 @@ class HostProject : public Project, public DataList, public DataLookup {
   // DataLookup: data parameters name their item.
   DataItem* find(const std::string& name) const override;
 
+  // One effect of the timeline; a transition with its inputs.
+  struct Entry;
+
  private:
+  // Makes the layers' effects into `stack`, in layer order; false with `error` set.
+  bool addLayers(const std::vector<ProjectFile::Layer>& layers, std::vector<Entry>& stack,
+                 const ProjectFile& file, const EffectLibrary& library, LoadError& error);
+
   DriverKMT& driver;
   HostControllerFactory factory;
   std::string soundtrack;
   std::string projectText;
   std::vector<std::string> itemNames;  // parallel to items
   std::vector<DataItem*> items;
-  std::vector<std::vector<TimelineItem*>> layers;  // the lowest first
+  std::vector<Entry> timeline;  // the lowest layer's effects first
   std::vector<LoadError> notices;
 };
 

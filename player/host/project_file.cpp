@@ -33,16 +33,8 @@ class Reader {
   }
 
   bool readLayers() {
-    for (const XmlNode* node = file.root()->first_node("layer"); node; node = node->next_sibling("layer")) {
-      ProjectFile::Layer layer;
-      for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
-        if (!isElement(child, "effect")) return fail(child, "only <effect> elements belong in <layer>");
-        ProjectFile::Effect effect;
-        if (!readEffect(child, effect)) return false;
-        layer.effects.push_back(std::move(effect));
-      }
-      project.layers.push_back(std::move(layer));
-    }
+    for (const XmlNode* node = file.root()->first_node("layer"); node; node = node->next_sibling("layer"))
+      if (!readLayer(node, project.layers)) return false;
     return true;
   }
 
@@ -70,9 +62,24 @@ class Reader {
     return true;
   }
 
-  bool readEffect(const XmlNode* node, ProjectFile::Effect& effect) {
+  bool readLayer(const XmlNode* node, std::vector<ProjectFile::Layer>& layers) {
+    ProjectFile::Layer layer;
+    for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
+      const bool transition = isElement(child, "transition");
+      if (!transition && !isElement(child, "effect"))
+        return fail(child, "only <effect> and <transition> elements belong in <layer>");
+      ProjectFile::Effect effect;
+      if (!readEffect(child, effect, transition)) return false;
+      layer.effects.push_back(std::move(effect));
+    }
+    layers.push_back(std::move(layer));
+    return true;
+  }
+
+  // An <effect>, or a <transition>, which also holds its two <input>s of layers.
+  bool readEffect(const XmlNode* node, ProjectFile::Effect& effect, bool transition) {
     const char* type = attributeValue(node, "type");
-    if (!type || !*type) return fail(node, "an <effect> needs the attribute type");
+    if (!type || !*type) return fail(node, "an <" + std::string(node->name()) + "> needs the attribute type");
     const EffectDescriptor* descriptor = library.find(type);
     if (!descriptor) return fail(node, "unknown effect '" + std::string(type) + "'");
     const char* name = attributeValue(node, "name");
@@ -84,10 +91,26 @@ class Reader {
     if (!parseFloat(attributeValue(node, "length"), effect.length) || !(effect.length > 0.0f))
       return fail(node, "the effect needs a length above 0");
     for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
-      if (!isElement(child, "param")) return fail(child, "only <param> elements belong in <effect>");
+      if (transition && isElement(child, "input")) {
+        if (!readInput(child, effect)) return false;
+        continue;
+      }
+      if (!isElement(child, "param"))
+        return fail(child, transition ? "only <param> and <input> elements belong in <transition>"
+                                      : "only <param> elements belong in <effect>");
       ProjectFile::Param param;
       if (!readParam(child, *descriptor, param)) return false;
       effect.params.push_back(std::move(param));
+    }
+    if (transition && effect.inputs.size() != 2) return fail(node, "a <transition> needs two <input>s");
+    return true;
+  }
+
+  bool readInput(const XmlNode* node, ProjectFile::Effect& transition) {
+    std::vector<ProjectFile::Layer>& layers = transition.inputs.emplace_back();
+    for (const XmlNode* child = node->first_node(); child; child = child->next_sibling()) {
+      if (!isElement(child, "layer")) return fail(child, "only <layer> elements belong in <input>");
+      if (!readLayer(child, layers)) return false;
     }
     return true;
   }

@@ -25,16 +25,19 @@ struct ProjectFile {
         keys;
     int line = 0;
   };
+  struct Effect;
+  struct Layer {
+    std::vector<Effect> effects;
+  };
   struct Effect {
     std::string type;
     std::string name;
     float start = 0.0f;
     float length = 0.0f;
     std::vector<Param> params;
+    // A transition's two inputs, each its layers, the lowest first; none for an effect.
+    std::vector<std::vector<Layer>> inputs;
     int line = 0;
-  };
-  struct Layer {
-    std::vector<Effect> effects;
   };
 
   // False with `error` set at the first problem; nothing is kept then.

@@ -49,12 +49,16 @@ TEST(ProjectFile, WhatCannotBeReadOrBuiltStopsAtItsLine) {
        3, "no data item is named 'logo'"},
       {kProject, layer("<effect type=\"fx_simple_color\" start=\"0\" length=\"0\"/>"), 3,
        "the effect needs a length above 0"},
+      {kProject, layer("<transition type=\"fx_trans_blend\" start=\"0\" length=\"1\">\n<input/>\n</transition>"), 3,
+       "a <transition> needs two <input>s"},
       {kProject, deep, 33, "elements nest deeper than 32 levels"},
       {kProject, std::string("<project>\n\0</project>", 21), 2, "a 0 byte is not XML"},
       {kBuild, "<project>\n<data name=\"logo\" path=\"absent.png\"/>\n</project>", 2,
        "cannot find the data file '" + folder + "\\absent.png'"},
       {kBuild, "<project>\n\n<soundtrack path=\"song.mp3\"/>\n</project>", 3,
        "cannot find the soundtrack '" + folder + "\\song.mp3'"},
+      {kBuild, layer("<effect type=\"fx_trans_direct\" start=\"0\" length=\"1\"/>"), 3,
+       "effect 'fx_trans_direct' is a transition: it belongs in a <transition>"},
   };
   for (const Case& c : cases) {
     const std::string path = player_files::write(folder, c.stage == kLibrary ? "libfx.xml" : "demo.xml", c.text);

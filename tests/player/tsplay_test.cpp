@@ -97,6 +97,24 @@ TEST(Tsplay, PlaysLayersOfColourAndAKeyedFadeIntoFramesAndASheet) {
   EXPECT_EQ(pngPixel(sheet, 4 + 164 + 80, 4 + 124 + 60), 0xFF202020u) << "the sixth place stays empty and dark";
 }
 
+TEST(Tsplay, CrossFadesBetweenTheInputsOfATransition) {
+  const std::string scratch = player_files::scratchFolder("tsplay_fade"), frames = scratch + "\\frames";
+  const std::string project = player_files::write(scratch, "fade.xml", R"(<project>
+  <layer><transition type="fx_trans_blend" start="0" length="1">
+    <param name="progress"><key t="0" value="0"/><key t="1" value="1"/></param>
+    <input><layer><effect type="fx_simple_color" start="0" length="1"><param name="red" value="1"/></effect></layer></input>
+    <input><layer><effect type="fx_simple_color" start="0" length="1"><param name="blue" value="1"/></effect></layer></input>
+  </transition></layer>
+</project>
+)");
+  std::string err;
+  ASSERT_EQ(runTsplay("\"" + project + "\" --offline \"" + frames + "\" --to 0.5 --fps 4", scratch, err), 0u) << err;
+  // Frames at 0, 0.25 and 0.5 s: the middle one is red over blue at alpha 0.75. The fills take
+  // the size of the target at update, before any capture: the surface's 640 x 480 here.
+  const uint32_t middle = pngPixel(frames + "\\frame_00001.png", 320, 240);
+  EXPECT_TRUE(tstest::pixelNear(middle, 191, 0, 64)) << std::hex << middle;
+}
+
 TEST(Tsplay, DriverBoxesAndUndecodableImagesBecomeLinesOnStderrOffline) {
   const std::string scratch = player_files::scratchFolder("tsplay_notices"), frames = scratch + "\\frames";
   // A PNG cut inside its header: the driver keeps the item without a picture. A scene of one

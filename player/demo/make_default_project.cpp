@@ -2,8 +2,9 @@
 // moving through lit, textured meshes on a turning carousel, a light circling them) with a
 // stretch blurred by the bloom renderer and one colour-graded through a gradient image; a
 // second scene seen through a lens whose focus moves from the nearest pillar of a row to
-// the farthest and back; a bitmap fading in and out over it all, and colour fades at both
-// ends. Everything is made here in code: the scenes through the scene builder, the images
+// the farthest and back, cross-faded in; a flash into the graded stretch; a stretch through
+// each filter (black and white, colour split, radial blur); a bitmap fading in and out over
+// it all, and colour fades at both ends. Everything is made here in code: the scenes through the scene builder, the images
 // pixel by pixel.
 //
 // usage: make_default_project FOLDER   (writes default.ts2, lens.ts2, title.png, grade.png,
@@ -197,15 +198,44 @@ std::vector<uint8_t> titleImage() {
   });
 }
 
-// The timeline: the flight, then the lens; the bitmap fading in and out over them, a fade
-// from black, a white flash and a fade to black. Scene time is the parameter times 100.
+// The timeline: the flight, a flash into its graded stretch, a cross-fade into the lens;
+// filters over them; the bitmap fading in and out over it all, a fade from black and a fade
+// to black. Scene time is the parameter times 100.
 // A post-process stays in its scene's chain for the whole project, so the flight's blurred
 // and graded stretches draw copies of the scene that carry them, in step with the plain one.
-const char* const kSceneLayer = R"(  <layer>
-    <effect type="fx_simple_scene" name="flight" start="0" length="12">
+const char* const kFlight = R"(    <effect type="fx_simple_scene" name="flight" start="0" length="12">
       <param name="data" value="scene"/>
       <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
     </effect>
+)";
+
+// The flight between the transitions' heads and tails: it is input 1 of the flash into its
+// graded stretch, which is input 1 of the cross-fade into the lens.
+const char* const kTransitionsHead = R"(  <layer>
+    <transition type="fx_trans_blend" name="into the lens" start="11" length="1">
+      <param name="progress"><key t="0" value="0"/><key t="1" value="1"/></param>
+      <input><layer>
+        <transition type="fx_trans_white" name="flash into the grade" start="6.6" length="0.8">
+          <param name="progress"><key t="0" value="0"/><key t="1" value="1"/></param>
+          <input><layer>
+)";
+
+const char* const kTransitionsTail = R"(          </layer></input>
+          <input><layer>
+    <effect type="fx_simple_scene" name="graded flight" start="7" length="2.5">
+      <param name="data" value="graded"/>
+      <param name="time"><key t="0" value="0.07"/><key t="1" value="0.095"/></param>
+    </effect>
+          </layer></input>
+        </transition>
+      </layer></input>
+      <input><layer>
+    <effect type="fx_simple_scene" name="lens" start="11" length="5">
+      <param name="data" value="lens"/>
+      <param name="time"><key t="0" value="0"/><key t="1" value="0.05"/></param>
+    </effect>
+      </layer></input>
+    </transition>
   </layer>
 )";
 
@@ -213,14 +243,6 @@ const char* const kPostLayers = R"(  <layer>
     <effect type="fx_simple_scene" name="bloomed flight" start="2.5" length="2.5">
       <param name="data" value="bloomed"/>
       <param name="time"><key t="0" value="0.025"/><key t="1" value="0.05"/></param>
-    </effect>
-    <effect type="fx_simple_scene" name="graded flight" start="7" length="2.5">
-      <param name="data" value="graded"/>
-      <param name="time"><key t="0" value="0.07"/><key t="1" value="0.095"/></param>
-    </effect>
-    <effect type="fx_simple_scene" name="lens" start="12" length="4">
-      <param name="data" value="lens"/>
-      <param name="time"><key t="0" value="0"/><key t="1" value="0.04"/></param>
     </effect>
     <effect type="fx_sr_gaussian" name="bloom" start="2.5" length="2.5">
       <param name="scene" value="bloomed"/>
@@ -231,6 +253,22 @@ const char* const kPostLayers = R"(  <layer>
       <param name="lookup" value="grade"/>
       <param name="offset" value="0.5"/>
       <param name="row"><key t="0" value="0.125"/><key t="0.3" value="0.375"/><key t="0.6" value="0.625"/><key t="1" value="0.125"/></param>
+    </effect>
+  </layer>
+)";
+
+const char* const kFilterLayer = R"(  <layer>
+    <effect type="fx_render_bw" name="black and white" start="5" length="1.6">
+      <param name="weight" value="0.333"/>
+    </effect>
+    <effect type="fx_render_rgb" name="colour split" start="9.5" length="1.5">
+      <param name="shift"><key t="0" value="0"/><key t="0.5" value="0.02"/><key t="1" value="0"/></param>
+    </effect>
+    <effect type="fx_blur_radial" name="radial blur" start="12.5" length="2">
+      <param name="passes" value="8"/>
+      <param name="spread"><key t="0" value="0.03"/><key t="0.5" value="0.12"/><key t="1" value="0.03"/></param>
+      <param name="destBlend" value="2"/>
+      <param name="srcBlend" value="3"/>
     </effect>
   </layer>
 )";
@@ -253,14 +291,6 @@ const char* const kOverLayers = R"(  <layer>
       <param name="destBlend" value="2"/>
       <param name="srcBlend" value="3"/>
     </effect>
-    <effect type="fx_simple_color" name="flash" start="6" length="0.6">
-      <param name="red" value="1"/>
-      <param name="green" value="1"/>
-      <param name="blue" value="1"/>
-      <param name="alpha"><key t="0" value="0.8"/><key t="1" value="0"/></param>
-      <param name="destBlend" value="2"/>
-      <param name="srcBlend" value="3"/>
-    </effect>
     <effect type="fx_simple_color" name="fade out" start="14.5" length="1.5">
       <param name="alpha"><key t="0" value="0"/><key t="1" value="1"/></param>
       <param name="destBlend" value="2"/>
@@ -278,8 +308,10 @@ std::string projectText(bool whole) {
     text += "  <data name=\"lens\" path=\"lens.ts2\"/>\n  <data name=\"grade\" path=\"grade.png\"/>\n";
     text += "  <data name=\"title\" path=\"title.png\"/>\n";
   }
-  text += kSceneLayer;
-  if (whole) text += std::string(kPostLayers) + kOverLayers;
+  if (whole)
+    text += std::string(kTransitionsHead) + kFlight + kTransitionsTail + kPostLayers + kFilterLayer + kOverLayers;
+  else
+    text += std::string("  <layer>\n") + kFlight + "  </layer>\n";
   return text + "</project>\n";
 }
 

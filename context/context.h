@@ -32,6 +32,22 @@ struct Capabilities {
   bool autoGenMipMap = false;
 };
 
+// The vertices of the Context's own drawing, for others that draw plain coloured shapes through
+// the dynamic ring: a point in pixels of the target, and one in world space.
+struct ColorVertex {
+  static constexpr DWORD kFvf = D3DFVF_XYZRHW | D3DFVF_DIFFUSE;
+  float x, y, z, rhw;
+  D3DCOLOR color;
+};
+static_assert(sizeof(ColorVertex) == 20, "screen vertex with colour");
+
+struct LineVertex {
+  static constexpr DWORD kFvf = D3DFVF_XYZ | D3DFVF_DIFFUSE;
+  float x, y, z;
+  D3DCOLOR color;
+};
+static_assert(sizeof(LineVertex) == 16, "world vertex with colour");
+
 enum FogMode : int32_t { FogOff, FogLinear, FogExponential, FogExponentialSquared };
 
 // Where fog is computed: per vertex, per pixel from a table, or per vertex by range.

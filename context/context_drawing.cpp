@@ -6,16 +6,6 @@
 
 namespace ts3d {
 
-namespace {
-
-struct LineVertex {
-  float x, y, z;
-  D3DCOLOR color;
-};
-static_assert(sizeof(LineVertex) == 16, "world vertex with colour");
-
-}  // namespace
-
 void Context::useFvf(DWORD fvf) {
   if (!effectActive) device->SetVertexShader(nullptr);
   device->SetFVF(fvf);
@@ -75,7 +65,7 @@ void Context::clear(uint32_t flags, bool direct) {
   const D3DVIEWPORT9& v = currentTarget->viewport;
   const float left = static_cast<float>(v.X), top = static_cast<float>(v.Y);
   const float right = left + static_cast<float>(v.Width), bottom = top + static_cast<float>(v.Height);
-  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(kColorVertexFvf, sizeof(ColorVertex), 4));
+  auto* quad = static_cast<ColorVertex*>(lockDynamicVertices(ColorVertex::kFvf, sizeof(ColorVertex), 4));
   if (!quad) return;
   // Counter-clockwise on screen, so that the engine's usual culling of clockwise
   // faces keeps it whatever the rasteriser state.
@@ -99,7 +89,7 @@ void Context::clear(uint32_t flags, bool direct) {
 
 void Context::drawLine(const float* from, const float* to, const color& colour) {
   const D3DCOLOR packed = packColor(colour);
-  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(kColorVertexFvf, sizeof(ColorVertex), 2));
+  auto* line = static_cast<ColorVertex*>(lockDynamicVertices(ColorVertex::kFvf, sizeof(ColorVertex), 2));
   if (!line) return;
   line[0] = {from[0], from[1], 1.0f, 1.0f, packed};
   line[1] = {to[0], to[1], 1.0f, 1.0f, packed};
@@ -117,7 +107,7 @@ void Context::drawWireBox(const OrientedBox& box, const color& colour) {
   setWorldMatrix(box.toWorld);
   const D3DCOLOR packed = packColor(colour);
   const float x = box.halfSize.x, y = box.halfSize.y, z = box.halfSize.z;
-  auto* v = static_cast<LineVertex*>(lockDynamicVertices(D3DFVF_XYZ | D3DFVF_DIFFUSE, sizeof(LineVertex), 18));
+  auto* v = static_cast<LineVertex*>(lockDynamicVertices(LineVertex::kFvf, sizeof(LineVertex), 18));
   if (v) {
     const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
     for (int i = 0; i < 5; ++i) v[i] = {corners[i % 4][0], corners[i % 4][1], -z, packed};

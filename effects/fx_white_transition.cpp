@@ -37,7 +37,7 @@ void FxWhiteTransition::render() {
   context->beginScene();
   context->resetTextureStages();
   context->applyRenderState(states);
-  context->useFvf(ts3d::kColorVertexFvf);
+  context->useFvf(ts3d::ColorVertex::kFvf);
   context->device->DrawPrimitiveUP(D3DPT_TRIANGLESTRIP, 2, vertices.data(), sizeof(ts3d::ColorVertex));
   context->endScene();
 }

@@ -40,9 +40,39 @@ void MeshSimple::update(float time) {
 
 void MeshSimple::createResources() {
   // An empty stack has no outputs: the mesh's own geometry is drawn then.
-  if (modifierStack && modifierStack->createResources()) return;
-  traceBoxIf(meshGeometry == nullptr, "MeshSimple has no geometry.");
-  if (meshGeometry) meshGeometry->createResources();
+  if (!modifierStack || !modifierStack->createResources()) {
+    traceBoxIf(meshGeometry == nullptr, "MeshSimple has no geometry.");
+    if (meshGeometry) meshGeometry->createResources();
+  }
+  shadowVolume.reset();
+  if (!shadowCaster || !currentGeometry()) return;
+  shadowVolume = std::make_unique<ShadowVolume>(currentGeometry(), modifierStack != nullptr);
+  shadowVolume->build();
+}
+
+void MeshSimple::updateShadow(const ShadowLight& light, bool directional) {
+  if (!shadowCaster || !shadowVolume) return;
+  // Skinned positions have moved since the last frame.
+  if (modifierStack) shadowVolume->refresh();
+  matrix inverse;
+  // A world matrix that flattens space has no inverse: nothing sensible to cast then.
+  if (!D3DXMatrixInverse(&inverse, nullptr, worldMatrix())) return;
+  const vect3 end = light.position + light.vector;
+  ShadowLight local;
+  vect3 localEnd;
+  D3DXVec3TransformCoord(&local.position, &light.position, &inverse);
+  D3DXVec3TransformCoord(&localEnd, &end, &inverse);
+  local.vector = localEnd - local.position;
+  D3DXVec3Normalize(&local.vector, &local.vector);
+  local.vector *= D3DXVec3Length(&light.vector);
+  shadowVolume->update(local, directional);
+}
+
+void MeshSimple::drawShadow() {
+  Context* context = Context::instance;
+  if (!shadowCaster || !shadowVolume || !context) return;
+  context->setWorldMatrix(*worldMatrix());
+  shadowVolume->draw();
 }
 
 void MeshSimple::enqueue(RenderQueue& queue) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "geometry/oriented_box.h"
+#include "geometry/shadow_volume.h"
 #include "io/serializable.h"
 #include "scene/controller/animatable.h"
 #include "scene/transformable.h"
@@ -28,6 +30,11 @@ class Mesh : public Animatable, public tsio::Serializable, public Transformable 
   virtual Material* material() = 0;
   virtual void setCastsShadow(bool casts) = 0;
   virtual bool castsShadow() = 0;
+  // The silhouette of a caster from a world-space light; its extrusion keeps its length
+  // whatever the world matrix scales.
+  virtual void updateShadow(const ShadowLight& light, bool directional) = 0;
+  // The shadow volume's side walls at the mesh's place, under the caller's stencil states.
+  virtual void drawShadow() = 0;
   virtual void prepare() = 0;
   virtual void createResources() = 0;
   virtual void enqueue(RenderQueue& queue) = 0;
@@ -64,7 +71,11 @@ class MeshSimple : public Mesh {
   Material* material() override { return meshMaterial; }
   void setCastsShadow(bool casts) override { shadowCaster = casts; }
   bool castsShadow() override { return shadowCaster; }
+  void updateShadow(const ShadowLight& light, bool directional) override;
+  // Needs a Context.
+  void drawShadow() override;
   void prepare() override {}
+  // Also makes a caster's shadow volume.
   void createResources() override;
   void enqueue(RenderQueue& queue) override;
   // Needs a Context.
@@ -91,6 +102,7 @@ class MeshSimple : public Mesh {
   Geometry* meshGeometry = nullptr;
   ModifierStack* modifierStack = nullptr;
   bool shadowCaster = false;
+  std::unique_ptr<ShadowVolume> shadowVolume;  // a caster's, from createResources
   bool excluded = false;  // not stored
   bool isHidden = false;
   OrientedBox box;

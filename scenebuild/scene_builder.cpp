@@ -179,6 +179,18 @@ ts3d::SceneRendererDOF* SceneBuilder::depthOfField(ts3d::Camera* camera, Control
   return renderer;
 }
 
+ts3d::SceneRendererShadow* SceneBuilder::shadow(ts3d::Light* light, ts3d::MeshSimple* caster) {
+  caster->setCastsShadow(true);
+  light->shadowMeshes().push_back(caster);
+  if (!built->shadowLight) built->shadowLight = light;
+  for (ts3d::SceneRenderer* member : built->renderers)
+    if (auto* found = dynamic_cast<ts3d::SceneRendererShadow*>(member)) return found;
+  auto* renderer = new ts3d::SceneRendererShadow;
+  // Innermost: the renderers around it still see the whole picture.
+  built->renderers.insert(built->renderers.begin(), renderer);
+  return renderer;
+}
+
 ts3d::SceneHierarchy* SceneBuilder::release() {
   ts3d::SceneHierarchy* taken = built;
   built = nullptr;

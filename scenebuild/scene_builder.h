@@ -16,6 +16,7 @@
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
 #include "renderers/scene_renderer_dof.h"
+#include "renderers/scene_renderer_shadow.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -100,6 +101,10 @@ class SceneBuilder {
   // given); the focus controllers (taken over) may be null.
   ts3d::SceneRendererDOF* depthOfField(ts3d::Camera* camera, ts3d::controller::ControllerBase<float>* focusScale,
                                        ts3d::controller::ControllerBase<float>* focusDistance);
+  // A stencil shadow of caster from light: the caster is marked and joins the light's shadow
+  // list; the light becomes the scene's shadowLight unless it has one; and the scene gets a
+  // shadow renderer unless it has one, first in the list, as it draws the contents itself.
+  ts3d::SceneRendererShadow* shadow(ts3d::Light* light, ts3d::MeshSimple* caster);
 
   ts3d::SceneHierarchy* scene() { return built; }
   // Hands the scene over; the builder holds nothing afterwards.

@@ -3,6 +3,7 @@
 #include "renderers/scene_renderer_blur.h"
 #include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
+#include "renderers/scene_renderer_shadow.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -189,6 +190,8 @@ const ChunkCase kSceneChunks[] = {
                                  1, 1),
     chunkCase<SceneRendererChannels>("Channels", [] { return new SceneRendererChannels; },
                                      "4E4F4E45 | 53524348 0100 0000 00000000", 1, 1),
+    chunkCase<SceneRendererShadow>("Shadow", [] { return new SceneRendererShadow; },
+                                   "4E4F4E45 | 53525357 0100 0000 00000000", 1, 1),
 };
 
 INSTANTIATE_TEST_SUITE_P(Scene, ChunkContract, testing::ValuesIn(kSceneChunks), CaseName());

@@ -34,8 +34,8 @@ MaterialSettings flat(const color& colour, float alpha) {
 void buildRichScene(scenebuild::SceneBuilder& builder) {
   ts3d::HierarchyNode* root = builder.root();
   builder.camera(builder.node(root, vect3(0, 0, 10)), 1.0f, 1.0f, 100.0f);
-  builder.light(builder.node(root, vect3(30, 0, 20)), color(1, 1, 1, 1), 1000.0f)->specularController->value =
-      RichScene::kHighlight;
+  ts3d::LightOmni* light = builder.light(builder.node(root, vect3(30, 0, 20)), color(1, 1, 1, 1), 1000.0f);
+  light->specularController->value = RichScene::kHighlight;
 
   MaterialSettings white;
   white.ambient = color(0, 0, 0, 1);
@@ -79,8 +79,8 @@ void buildRichScene(scenebuild::SceneBuilder& builder) {
   split->setGeometry(whole->split(groups, 2));
   delete whole;
 
-  // Beyond the far plane: never queued.
-  builder.mesh(builder.node(root, vect3(0, 0, -150)), scenebuild::box(1, 1, 1), cyan, false);
+  // Beyond the far plane: never queued, but it casts a shadow, further away still.
+  builder.shadow(light, builder.mesh(builder.node(root, vect3(0, 0, -150)), scenebuild::box(1, 1, 1), cyan, false));
 }
 
 }  // namespace tstest

@@ -33,8 +33,6 @@ struct Capabilities {
   bool autoGenMipMap = false;
 };
 
-// The vertices of the Context's own drawing, for others that draw plain coloured shapes through
-// the dynamic ring: a point in pixels of the target, and one in world space.
 enum FogMode : int32_t { FogOff, FogLinear, FogExponential, FogExponentialSquared };
 
 // Where fog is computed: per vertex, per pixel from a table, or per vertex by range.

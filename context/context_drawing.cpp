@@ -1,7 +1,6 @@
 // Drawing through the context: the dynamic rings and the helpers built on them.
 #include "context/context.h"
 
-#include "context/color_vertex.h"
 #include "geometry/oriented_box.h"
 
 namespace ts3d {

@@ -1,5 +1,6 @@
 #include "scenebuild/scene_builder.h"
 
+#include "geometry/geometry_composite.h"
 #include "io/persistence.h"
 #include "io/stream_memory.h"
 #include "platform/whole_file.h"
@@ -120,6 +121,37 @@ ts3d::MeshSimple* SceneBuilder::mesh(ts3d::HierarchyNode* node, const Shape& sha
                                      bool textureCoordinates) {
   auto* made = new ts3d::MeshSimple;
   made->setGeometry(makeGeometry(shape, textureCoordinates));
+  made->setMaterial(material);
+  made->transformation = node;
+  built->meshes.push_back(made);
+  return made;
+}
+
+ts3d::MaterialComposite* SceneBuilder::compositeMaterial(
+    const std::vector<std::pair<uint32_t, ts3d::Material*>>& subMaterials) {
+  auto* made = new ts3d::MaterialComposite;
+  for (const auto& [id, sub] : subMaterials) {
+    made->idToIndex[id] = static_cast<uint32_t>(made->subMaterials.size());
+    made->subMaterials.push_back(sub);
+  }
+  built->materials.push_back(made);
+  return made;
+}
+
+ts3d::MeshSimple* SceneBuilder::compositeMesh(ts3d::HierarchyNode* node, const std::vector<CompositePart>& parts,
+                                              ts3d::Material* material, bool textureCoordinates) {
+  auto* geometry = new ts3d::GeometryComposite;
+  std::vector<uint32_t> ids;
+  for (const CompositePart& part : parts) {
+    ts3d::GeometrySimple* child = makeGeometry(part.shape, textureCoordinates);
+    ts3d::matrix moved;
+    D3DXMatrixTranslation(&moved, part.offset.x, part.offset.y, part.offset.z);
+    child->transform(moved);
+    geometry->children.push_back(child);
+    ids.push_back(part.materialId);
+  }
+  auto* made = new ts3d::MeshSimple;
+  made->setGeometryAndGroups(geometry, ids);
   made->setMaterial(material);
   made->transformation = node;
   built->meshes.push_back(made);

@@ -2,6 +2,7 @@
 #include "renderers/scene_renderer_blur.h"
 #include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
+#include "renderers/scene_renderer_mirror.h"
 
 namespace ts3d {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 tsio::ChunkRegistrer<SceneRendererBlur> blur(SceneRendererBlur::kCode);
 tsio::ChunkRegistrer<SceneRendererChannels> channels(SceneRendererChannels::kCode);
 tsio::ChunkRegistrer<SceneRendererDOF> depthOfField(SceneRendererDOF::kCode);
+tsio::ChunkRegistrer<SceneRendererMirror> mirror(SceneRendererMirror::kCode);
 
 }  // namespace
 }  // namespace ts3d

@@ -211,6 +211,13 @@ ts3d::SceneRendererDOF* SceneBuilder::depthOfField(ts3d::Camera* camera, Control
   return renderer;
 }
 
+ts3d::SceneRendererMirror* SceneBuilder::mirror(const std::vector<ts3d::Mesh*>& meshes) {
+  auto* made = new ts3d::SceneRendererMirror;
+  made->mirrors = meshes;
+  built->renderers.push_back(made);
+  return made;
+}
+
 ts3d::SceneHierarchy* SceneBuilder::release() {
   ts3d::SceneHierarchy* taken = built;
   built = nullptr;

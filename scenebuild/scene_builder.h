@@ -17,6 +17,7 @@
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
 #include "renderers/scene_renderer_dof.h"
+#include "renderers/scene_renderer_mirror.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -114,6 +115,9 @@ class SceneBuilder {
   // given); the focus controllers (taken over) may be null.
   ts3d::SceneRendererDOF* depthOfField(ts3d::Camera* camera, ts3d::controller::ControllerBase<float>* focusScale,
                                        ts3d::controller::ControllerBase<float>* focusDistance);
+
+  // Mirrors of those meshes (already made here), in a renderer appended to the renderers.
+  ts3d::SceneRendererMirror* mirror(const std::vector<ts3d::Mesh*>& meshes);
 
   ts3d::SceneHierarchy* scene() { return built; }
   // Hands the scene over; the builder holds nothing afterwards.

@@ -79,7 +79,9 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   tstest::RecordingMessageBoxes boxes;
   scenebuild::SceneBuilder builder;
   tstest::buildRichScene(builder);
-  builder.scene()->renderers = {new ts3d::SceneRendererBlur, new ts3d::SceneRendererChannels};
+  // Outside the rich scene's mirror, which ends the chain inside them.
+  builder.scene()->renderers.push_back(new ts3d::SceneRendererBlur);
+  builder.scene()->renderers.push_back(new ts3d::SceneRendererChannels);
   // A lens on the camera, so that its chunk is damaged too. Without the effect sources in this
   // program it draws plainly: compiling the effect for every drawn file would take minutes.
   builder.depthOfField(builder.scene()->activeCamera, nullptr, scenebuild::constant(10.0f));

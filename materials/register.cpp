@@ -1,4 +1,5 @@
 #include "io/chunk_registry.h"
+#include "materials/material_composite.h"
 #include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
@@ -12,6 +13,7 @@ tsio::ChunkRegistrer<TextureBitmapFile> bitmap(TextureBitmapFile::kCode);
 tsio::ChunkRegistrer<TextureStage> stage(TextureStage::kCode);
 tsio::ChunkRegistrer<MaterialSimple> simple(MaterialSimple::kCode);
 tsio::ChunkRegistrer<MaterialFX> effect(MaterialFX::kCode);
+tsio::ChunkRegistrer<MaterialComposite> composite(MaterialComposite::kCode);
 
 }  // namespace
 }  // namespace ts3d

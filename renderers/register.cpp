@@ -3,6 +3,7 @@
 #include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
 #include "renderers/scene_renderer_shadow.h"
+#include "renderers/scene_renderer_mirror.h"
 
 namespace ts3d {
 namespace {
@@ -12,6 +13,7 @@ tsio::ChunkRegistrer<SceneRendererBlur> blur(SceneRendererBlur::kCode);
 tsio::ChunkRegistrer<SceneRendererChannels> channels(SceneRendererChannels::kCode);
 tsio::ChunkRegistrer<SceneRendererDOF> depthOfField(SceneRendererDOF::kCode);
 tsio::ChunkRegistrer<SceneRendererShadow> shadow(SceneRendererShadow::kCode);
+tsio::ChunkRegistrer<SceneRendererMirror> mirror(SceneRendererMirror::kCode);
 
 }  // namespace
 }  // namespace ts3d

@@ -2,9 +2,10 @@
 
 #include "context/context.h"
 #include "geometry/geometry.h"
+#include "geometry/geometry_composite.h"
 #include "geometry/modifier_stack.h"
 #include "io/trace.h"
-#include "materials/material.h"
+#include "materials/material_composite.h"
 #include "scene/render_queue.h"
 #include "scene/transformation.h"
 
@@ -75,6 +76,29 @@ void MeshSimple::drawShadow() {
   shadowVolume->draw();
 }
 
+namespace {
+
+// Child i of a composite geometry under a composite material: the sub-material of its id. A
+// child beyond the ids a file gave draws as one of an unknown id, through the composite whole.
+Material* childMaterial(MaterialComposite& table, const std::vector<uint32_t>& ids, size_t i) {
+  return i < ids.size() ? table.subMaterialForId(ids[i]) : &table;
+}
+
+// The passes of the material begun, each drawing the geometry once.
+void drawPasses(Material& material, uint32_t passes, Geometry& geometry) {
+  for (uint32_t pass = 0; pass < passes; ++pass) {
+    material.applyPass(pass);
+    geometry.draw();
+  }
+  material.endPasses();
+}
+
+}  // namespace
+
+MeshSimple::CompositePair MeshSimple::compositePair(Geometry* current) const {
+  return {dynamic_cast<MaterialComposite*>(meshMaterial), dynamic_cast<GeometryComposite*>(current)};
+}
+
 void MeshSimple::enqueue(RenderQueue& queue) {
   if (isHidden || excluded) return;
   Geometry* current = currentGeometry();
@@ -88,15 +112,25 @@ void MeshSimple::enqueue(RenderQueue& queue) {
     D3DXVec3TransformCoord(&seen, &origin, &context->transforms.view);
     distance = D3DXVec3Length(&seen);
   }
-  // A composite geometry draws as a whole: its children draw themselves in order.
-  auto* item = new RenderItem;
-  item->orderClass = meshMaterial ? orderClassOf(meshMaterial->order()) : 1;
-  item->distance = distance;
-  item->material = meshMaterial;
-  item->geometry = current;
-  item->stack = modifierStack;
-  item->world = world;
-  queue.add(item);
+  const auto add = [&](Material* material, Geometry* geometry) {
+    auto* item = new RenderItem;
+    item->orderClass = material ? orderClassOf(material->order()) : 1;
+    item->distance = distance;
+    item->material = material;
+    item->geometry = geometry;
+    item->stack = modifierStack;
+    item->world = world;
+    queue.add(item);
+  };
+  const auto [table, parts] = compositePair(current);
+  if (table && parts) {
+    // Each child with its own sub-material: the queue never sees the composite then.
+    for (size_t i = 0; i < parts->children.size(); ++i)
+      if (parts->children[i]) add(childMaterial(*table, materialIds, i), parts->children[i]);
+    return;
+  }
+  // A composite geometry under one material draws as a whole: its children draw in order.
+  add(meshMaterial, current);
 }
 
 void MeshSimple::draw() {
@@ -112,12 +146,17 @@ void MeshSimple::draw() {
     current->draw();
     return;
   }
-  const uint32_t passes = meshMaterial->beginPasses(0);
-  for (uint32_t pass = 0; pass < passes; ++pass) {
-    meshMaterial->applyPass(pass);
-    current->draw();
+  const auto [table, parts] = compositePair(current);
+  if (!table || !parts) {
+    drawPasses(*meshMaterial, meshMaterial->beginPasses(0), *current);
+    return;
   }
-  meshMaterial->endPasses();
+  for (size_t i = 0; i < parts->children.size(); ++i) {
+    Geometry* child = parts->children[i];
+    if (!child) continue;
+    drawPasses(*table, i < materialIds.size() ? table->beginPassesForId(materialIds[i]) : table->beginPasses(0),
+               *child);
+  }
 }
 
 void MeshSimple::setGeometryAndGroups(Geometry* geometry, const std::vector<uint32_t>& ids) {

@@ -13,7 +13,9 @@
 namespace ts3d {
 
 class Geometry;
+class GeometryComposite;
 class Material;
+class MaterialComposite;
 class Modifier;
 class ModifierStack;
 class RenderQueue;
@@ -106,6 +108,15 @@ class MeshSimple : public Mesh {
   bool excluded = false;  // not stored
   bool isHidden = false;
   OrientedBox box;
+
+ private:
+  // The material and the current geometry where each is a composite, else null: with both,
+  // each child is drawn with its own sub-material.
+  struct CompositePair {
+    MaterialComposite* table;
+    GeometryComposite* parts;
+  };
+  CompositePair compositePair(Geometry* current) const;
 };
 
 }  // namespace ts3d

@@ -5,6 +5,7 @@
 
 #include "context/context.h"
 #include "geometry/oriented_box.h"
+#include "geometry/ray_box.h"
 #include "materials/material.h"
 #include "materials/texture.h"
 #include "scene/atmospheric.h"
@@ -231,6 +232,14 @@ void SceneHierarchy::drawBounds() {
   const color yellow(1.0f, 1.0f, 0.0f, 1.0f);
   for (Mesh* mesh : meshes)
     if (mesh) context->drawWireBox(*mesh->orientedBox(), yellow);
+}
+
+Mesh* SceneHierarchy::pick(const Ray& ray) {
+  std::vector<const OrientedBox*> boxes;
+  boxes.reserve(meshes.size());
+  for (Mesh* mesh : meshes) boxes.push_back(mesh ? mesh->orientedBox() : nullptr);
+  const int found = nearestBoxOnRay(boxes, ray);
+  return found < 0 ? nullptr : meshes[found];
 }
 
 HierarchyNode* SceneHierarchy::loadTree(tsio::InStream& in, uint32_t depth) {

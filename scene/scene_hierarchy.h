@@ -18,6 +18,7 @@ class Light;
 class Material;
 class Mesh;
 class RenderQueue;
+struct Ray;
 class SceneRenderer;
 class Texture;
 
@@ -64,6 +65,8 @@ class SceneHierarchy : public Scene {
   void render() override;
   // Each mesh's box as a yellow wire frame.
   virtual void drawBounds();
+  // The mesh whose box the ray meets nearest to its origin (boxes as of the last update), or null.
+  virtual Mesh* pick(const Ray& ray);
 
   // The background (stepped to time first) or the device clears target, depth and stencil.
   void clear(float time);

@@ -1,5 +1,6 @@
 #include "scenebuild/scene_builder.h"
 
+#include "geometry/geometry_composite.h"
 #include "io/persistence.h"
 #include "io/stream_memory.h"
 #include "platform/whole_file.h"
@@ -126,6 +127,37 @@ ts3d::MeshSimple* SceneBuilder::mesh(ts3d::HierarchyNode* node, const Shape& sha
   return made;
 }
 
+ts3d::MaterialComposite* SceneBuilder::compositeMaterial(
+    const std::vector<std::pair<uint32_t, ts3d::Material*>>& subMaterials) {
+  auto* made = new ts3d::MaterialComposite;
+  for (const auto& [id, sub] : subMaterials) {
+    made->idToIndex[id] = static_cast<uint32_t>(made->subMaterials.size());
+    made->subMaterials.push_back(sub);
+  }
+  built->materials.push_back(made);
+  return made;
+}
+
+ts3d::MeshSimple* SceneBuilder::compositeMesh(ts3d::HierarchyNode* node, const std::vector<CompositePart>& parts,
+                                              ts3d::Material* material, bool textureCoordinates) {
+  auto* geometry = new ts3d::GeometryComposite;
+  std::vector<uint32_t> ids;
+  for (const CompositePart& part : parts) {
+    ts3d::GeometrySimple* child = makeGeometry(part.shape, textureCoordinates);
+    ts3d::matrix moved;
+    D3DXMatrixTranslation(&moved, part.offset.x, part.offset.y, part.offset.z);
+    child->transform(moved);
+    geometry->children.push_back(child);
+    ids.push_back(part.materialId);
+  }
+  auto* made = new ts3d::MeshSimple;
+  made->setGeometryAndGroups(geometry, ids);
+  made->setMaterial(material);
+  made->transformation = node;
+  built->meshes.push_back(made);
+  return made;
+}
+
 ts3d::CameraSimple* SceneBuilder::camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane,
                                          float farPlane) {
   auto* made = new ts3d::CameraSimple;
@@ -189,6 +221,13 @@ ts3d::SceneRendererShadow* SceneBuilder::shadow(ts3d::Light* light, ts3d::MeshSi
   // Innermost: the renderers around it still see the whole picture.
   built->renderers.insert(built->renderers.begin(), renderer);
   return renderer;
+}
+
+ts3d::SceneRendererMirror* SceneBuilder::mirror(const std::vector<ts3d::Mesh*>& meshes) {
+  auto* made = new ts3d::SceneRendererMirror;
+  made->mirrors = meshes;
+  built->renderers.push_back(made);
+  return made;
 }
 
 ts3d::SceneHierarchy* SceneBuilder::release() {

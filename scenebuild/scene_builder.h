@@ -11,12 +11,14 @@
 #include <vector>
 
 #include "geometry/geometry_simple.h"
+#include "materials/material_composite.h"
 #include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
 #include "materials/texture_stage.h"
 #include "renderers/scene_renderer_dof.h"
 #include "renderers/scene_renderer_shadow.h"
+#include "renderers/scene_renderer_mirror.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -58,6 +60,13 @@ struct MaterialSettings {
   ts3d::controller::ControllerBase<float>* opacity = nullptr;                // taken over
 };
 
+// One child of a composite mesh: the shape moved by offset, and the id of its sub-material.
+struct CompositePart {
+  Shape shape;
+  ts3d::vect3 offset;
+  uint32_t materialId = 0;
+};
+
 // Builds one SceneHierarchy. Every object made here belongs to the scene; the builder
 // deletes the scene unless release took it.
 class SceneBuilder {
@@ -92,6 +101,12 @@ class SceneBuilder {
                             ts3d::controller::ControllerBase<float>* offsetU = nullptr);
   ts3d::MeshSimple* mesh(ts3d::HierarchyNode* node, const Shape& shape, ts3d::Material* material,
                          bool textureCoordinates = true);
+  // A table of sub-materials, each given with the material id that selects it.
+  ts3d::MaterialComposite* compositeMaterial(const std::vector<std::pair<uint32_t, ts3d::Material*>>& subMaterials);
+  // A mesh of composite geometry, one child per part: under a composite material each child is
+  // drawn with the sub-material of its id, under another material all with that one.
+  ts3d::MeshSimple* compositeMesh(ts3d::HierarchyNode* node, const std::vector<CompositePart>& parts,
+                                  ts3d::Material* material, bool textureCoordinates = true);
   // The first camera made becomes the active one. Vertical field of view in radians.
   ts3d::CameraSimple* camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane = 0.5f,
                              float farPlane = 1000.0f);
@@ -105,6 +120,9 @@ class SceneBuilder {
   // list; the light becomes the scene's shadowLight unless it has one; and the scene gets a
   // shadow renderer unless it has one, first in the list, as it draws the contents itself.
   ts3d::SceneRendererShadow* shadow(ts3d::Light* light, ts3d::MeshSimple* caster);
+
+  // Mirrors of those meshes (already made here), in a renderer appended to the renderers.
+  ts3d::SceneRendererMirror* mirror(const std::vector<ts3d::Mesh*>& meshes);
 
   ts3d::SceneHierarchy* scene() { return built; }
   // Hands the scene over; the builder holds nothing afterwards.

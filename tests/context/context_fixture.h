@@ -8,6 +8,7 @@
 
 #include "context/context.h"
 #include "platform/com_ptr.h"
+#include "scene/scene_hierarchy.h"
 #include "tests/device/test_device.h"
 #include "tests/support/proxy_device.h"
 
@@ -58,6 +59,17 @@ class ContextTest : public ::testing::Test {
     context->device->SetTransform(D3DTS_VIEW, &identity);
     context->transforms.setProjection(identity);
     context->device->SetTransform(D3DTS_PROJECTION, &identity);
+  }
+
+  // The scene at time 0 over a black clear, through its renderers, read back.
+  void drawScene(ts3d::SceneHierarchy& scene) {
+    scene.update(0.0f);
+    context->setClearColor(ts3d::color(0, 0, 0, 1));
+    context->beginScene();
+    scene.clear(0.0f);
+    scene.render();
+    context->endScene();
+    readTarget();
   }
 
   // The pixels of a surface (by default the current target), read back from the real device

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "materials/material_composite.h"
 #include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
@@ -57,6 +58,14 @@ tsio::Serializable* sampleEffect() {
   return material;
 }
 
+// Itself as its first sub-material beside a null one: all a file of one object can point at.
+tsio::Serializable* sampleComposite() {
+  auto* material = new MaterialComposite;
+  material->subMaterials = {material, nullptr};
+  material->idToIndex = {{7, 0}, {3, 1}};
+  return material;
+}
+
 // Diffuse, ambient, specular and emissive as colour constants, then the power of 2.
 const std::string kMaterialColours =
     "4343434F 0100 0100 10000000 | 0000803F 00000000 00000000 00000000 |"
@@ -98,12 +107,17 @@ const ChunkCase kMaterials[] = {
         "4E4F4E45 | 54584246 0100 0000 0B000000 | 03000000 | 03000000 | 010203", 1, 1),
     chunkCase<MaterialFX>("MaterialFX", sampleEffect, "4E4F4E45 | 4D544658 0100 0000 09000000 | 612E667800 | 00000080",
                           0, kAnyVersion),
+    chunkCase<MaterialComposite>(
+        "MaterialComposite", sampleComposite,
+        "4E4F4E45 | 4D544350 0200 0000 20000000 | 02000000 00000080 00000000 | 02000000 03000000 01000000 |"
+        "07000000 00000000",
+        1, 2),
 };
 
 INSTANTIATE_TEST_SUITE_P(Materials, ChunkContract, testing::ValuesIn(kMaterials), CaseName());
 
-// Before version 2 a material had no opacity and a stage no mapping mode: such chunks load,
-// and store as the current version with those fields empty.
+// Before version 2 a material had no opacity, a stage no mapping mode and a composite no id
+// table: such chunks load, and store as the current version with those fields empty.
 TEST(MaterialsOlderLayouts, LoadAndStoreAsTheCurrentVersion) {
   const struct {
     std::string older, current;
@@ -112,6 +126,8 @@ TEST(MaterialsOlderLayouts, LoadAndStoreAsTheCurrentVersion) {
        "4E4F4E45 | 4D54534D 0200 0000 BD000000 |" + kMaterialColours + "00000000 |" + kMaterialTail},
       {"4E4F4E45 | 54535F5F 0100 0000 C3000000 |" + kStageStates + kStageControllers,
        "4E4F4E45 | 54535F5F 0200 0000 C4000000 |" + kStageStates + kStageControllers + "00"},
+      {"4E4F4E45 | 4D544350 0100 0000 08000000 | 01000000 00000000",
+       "4E4F4E45 | 4D544350 0200 0000 0C000000 | 01000000 00000000 | 00000000"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.older.substr(0, 20));

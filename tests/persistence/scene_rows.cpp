@@ -4,6 +4,7 @@
 #include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
 #include "renderers/scene_renderer_shadow.h"
+#include "renderers/scene_renderer_mirror.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -185,6 +186,22 @@ const ChunkCase kSceneChunks[] = {
         "00000000 | 00000000 | 00000000 | 00000000 | 00000000 | 00000000 |"
         "01000000 | 53524446 0100 0200 28000000 | 01000000 | 01000080 |"
         "4343464C 0100 0300 04000000 00000040 | 4343464C 0100 0400 04000000 00002041",
+        0, 2),
+    chunkCase<SceneHierarchy>(
+        "MirrorInScene",
+        [] {
+          // The renderer only points at its mirror: the scene's list holds it.
+          auto* scene = new SceneHierarchy;
+          scene->meshes = {new MeshSimple};
+          auto* renderer = new SceneRendererMirror;
+          renderer->mirrors = scene->meshes;
+          scene->renderers = {renderer};
+          return scene;
+        },
+        "4E4F4E45 | 53434845 0200 0000 62000000 | 00000000 | 00000000 | 00000000 |"
+        "01000000 | 4D45534D 0200 0100 12000000 00000000 00 00 00000000 00000000 00000000 |"
+        "00000000 | 00000000 | 00000000 | 00000000 | 00000000 | 00000000 | 00000000 |"
+        "01000000 | 53524D52 0100 0200 08000000 | 01000000 | 01000080",
         0, 2),
     chunkCase<SceneRendererBlur>("Blur", [] { return new SceneRendererBlur; }, "4E4F4E45 | 5352424C 0100 0000 00000000",
                                  1, 1),

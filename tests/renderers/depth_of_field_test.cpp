@@ -19,16 +19,6 @@ using tstest::RichScene;
 
 class DepthOfFieldPixels : public tstest::ContextTest {
  protected:
-  void draw(SceneHierarchy& scene) {
-    scene.update(0.0f);
-    context->setClearColor(color(0, 0, 0, 1));
-    context->beginScene();
-    scene.clear(0.0f);
-    scene.render();
-    context->endScene();
-    readTarget();
-  }
-
   int green(int x) const { return static_cast<int>((rgbAt(static_cast<unsigned int>(x), 240) >> 8) & 0xFF); }
   // The largest step of green between neighbours of row 240 within `reach` of column `at`.
   int edgeContrast(int at, int reach) const {
@@ -59,19 +49,19 @@ TEST_F(DepthOfFieldPixels, TheFocusedObjectStaysSharpAndTheFarOneBlurs) {
   const int focusedEdge = RichScene::column(-2.0f), farEdge = static_cast<int>(320 + 15 * RichScene::kPixelsPerUnit / 6);
   std::vector<SceneRenderer*> chain;
   std::swap(chain, scene.renderers);
-  draw(scene);
+  drawScene(scene);
   const std::vector<uint32_t> plain = frame;
   const int plainNear = edgeContrast(focusedEdge, 8), plainFar = edgeContrast(farEdge, 12);
   ASSERT_GT(std::min(plainNear, plainFar), 200);
 
   std::swap(chain, scene.renderers);
-  draw(scene);
+  drawScene(scene);
   EXPECT_NEAR(edgeContrast(focusedEdge, 8), plainNear, plainNear / 10);
   EXPECT_LT(edgeContrast(farEdge, 12), plainFar / 2);
   EXPECT_GT(green(farEdge + 40), 200) << "blurred, the far square is still there";
 
   scene.activeCamera = plainCamera;
-  draw(scene);
+  drawScene(scene);
   EXPECT_TRUE(frame == plain) << "a camera without an entry draws the plain picture";
 }
 

@@ -79,6 +79,19 @@ void buildRichScene(scenebuild::SceneBuilder& builder) {
   split->setGeometry(whole->split(groups, 2));
   delete whole;
 
+  // Above the sphere, two quads of one mesh, red by id 4 and green by id 9 of one table; a third
+  // child names an id the table lacks and draws with the table as a whole.
+  ts3d::MaterialComposite* table = builder.compositeMaterial(
+      {{9, builder.material(flat(color(0, 1, 0, 1)))}, {4, builder.material(flat(color(1, 0, 0, 1)))}});
+  const scenebuild::Shape tile = scenebuild::plane(1, 1, 1, 1);
+  builder.compositeMesh(builder.node(root, vect3(0, 3.6f, 0)),
+                        {{tile, vect3(-1.1f, 0, 0), 4}, {tile, vect3(0, 0, 0), 7}, {tile, vect3(1.1f, 0, 0), 9}}, table,
+                        false);
+
+  // A half-transparent mirror to the upper right, reflecting what stands in front of it.
+  builder.mirror({builder.mesh(builder.node(root, vect3(3, 3.6f, -1)), scenebuild::plane(2, 1.5f, 1, 1),
+                               builder.material(flat(color(0.6f, 0.6f, 1, 1), 0.3f)), false)});
+
   // Beyond the far plane: never queued, but it casts a shadow, further away still.
   builder.shadow(light, builder.mesh(builder.node(root, vect3(0, 0, -150)), scenebuild::box(1, 1, 1), cyan, false));
 }

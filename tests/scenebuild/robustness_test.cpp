@@ -79,7 +79,8 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   tstest::RecordingMessageBoxes boxes;
   scenebuild::SceneBuilder builder;
   tstest::buildRichScene(builder);
-  std::vector<ts3d::SceneRenderer*>& chain = builder.scene()->renderers;  // the shadow's, innermost
+  // Outermost, around the rich scene's shadow and mirror renderers.
+  std::vector<ts3d::SceneRenderer*>& chain = builder.scene()->renderers;
   chain.insert(chain.end(), {new ts3d::SceneRendererBlur, new ts3d::SceneRendererChannels});
   // A lens on the camera, so that its chunk is damaged too. Without the effect sources in this
   // program it draws plainly: compiling the effect for every drawn file would take minutes.

@@ -1,8 +1,10 @@
 #pragma once
 
 // What the decoders share: the reason one stopped, and the layouts every one of them gives.
+#include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "sound/decode/decoder.h"
 
@@ -33,6 +35,16 @@ inline std::string layoutProblem(long channels, long rate) {
   if (channels < 1 || channels > kMaxChannels) return std::to_string(channels) + " channels (only mono and stereo play)";
   if (rate < 1 || rate > kMaxRate) return "a rate of " + std::to_string(rate) + " frames a second";
   return {};
+}
+
+// Opens D, whose open() gives an empty string or why its bytes don't play.
+template <class D>
+std::unique_ptr<Decoder> openAs(const char* format, std::vector<uint8_t> bytes, std::string* error) {
+  auto decoder = std::make_unique<D>(std::move(bytes));
+  const std::string problem = decoder->open();
+  if (problem.empty()) return decoder;
+  *error = std::string(format) + ": " + problem;
+  return nullptr;
 }
 
 }  // namespace tssound

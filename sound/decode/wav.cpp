@@ -77,7 +77,8 @@ std::string readLayout(const std::vector<uint8_t>& bytes, WavLayout* layout) {
 
 class WavDecoder : public DecoderBase {
  public:
-  WavDecoder(std::vector<uint8_t> bytes, const WavLayout& layout) : bytes_(std::move(bytes)), layout_(layout) {}
+  explicit WavDecoder(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) {}
+  std::string open() { return readLayout(bytes_, &layout_); }
 
   int channels() const override { return layout_.channels; }
   int rate() const override { return layout_.rate; }
@@ -116,13 +117,7 @@ bool isWav(const uint8_t* bytes, size_t size) {
 }
 
 std::unique_ptr<Decoder> openWav(std::vector<uint8_t> bytes, std::string* error) {
-  WavLayout layout;
-  const std::string problem = readLayout(bytes, &layout);
-  if (!problem.empty()) {
-    *error = "WAV: " + problem;
-    return nullptr;
-  }
-  return std::make_unique<WavDecoder>(std::move(bytes), layout);
+  return openAs<WavDecoder>("WAV", std::move(bytes), error);
 }
 
 }  // namespace tssound

@@ -50,9 +50,10 @@ std::string readFormat(const uint8_t* chunk, size_t size, WavLayout* layout) {
 
 // Walks the chunks, each bounded by the bytes left; empty when a format and its data were found.
 std::string readLayout(const std::vector<uint8_t>& bytes, WavLayout* layout) {
+  if (!isWav(bytes.data(), bytes.size())) return "no RIFF WAVE header";
   bool haveFormat = false, haveData = false;
   size_t dataBytes = 0;
-  for (size_t at = kRiffHeaderBytes; bytes.size() - at >= kChunkHeaderBytes;) {
+  for (size_t at = kRiffHeaderBytes; at + kChunkHeaderBytes <= bytes.size();) {
     const uint8_t* header = bytes.data() + at;
     const size_t size = le32(header + 4), left = bytes.size() - at - kChunkHeaderBytes;
     if (size > left) return "a chunk claims " + std::to_string(size) + " bytes where " + std::to_string(left) + " are left";

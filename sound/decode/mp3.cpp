@@ -21,6 +21,10 @@ off_t seekBytes(void* source, off_t offset, int whence) {
   return static_cast<off_t>(static_cast<ByteReader*>(source)->seek(offset, whence));
 }
 
+// libmpg123 rather than the system's codec through msacm32: the same 60 s stereo MP3 decoded in
+// 207 ms through this class and in 562 ms through msacm32 under Wine (2.7 times slower), and
+// msacm32 exists only on Windows, so it can't be fuzzed natively; nor does it cut the encoder's
+// delay and padding (2448 frames more than were encoded).
 class Mp3Decoder : public DecoderBase {
  public:
   explicit Mp3Decoder(std::vector<uint8_t> bytes) : source_(std::move(bytes)) {}

@@ -5,6 +5,7 @@
 #include <lame/lame.h>
 #endif
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -14,6 +15,7 @@ namespace {
 constexpr double kPi = 3.14159265358979323846, kSineHz = 440;
 constexpr size_t kSquarePeriod = 100;  // frames
 constexpr float kOggQuality = 0.4f;
+constexpr size_t kOggBlockFrames = 1024;
 constexpr int kOggSerial = 1, kMp3Kbps = 128;
 
 void put(Bytes* out, const void* bytes, size_t size) {
@@ -92,18 +94,21 @@ Bytes oggFile(const Samples& samples, int channels, int rate) {
   ogg_page page;
   while (ogg_stream_flush(&stream, &page) != 0) putPage(&out, page);
 
-  const int frames = static_cast<int>(samples.size()) / channels;
-  float** buffer = vorbis_analysis_buffer(&dsp, frames);
-  for (int f = 0; f < frames; ++f)
-    for (int c = 0; c < channels; ++c) buffer[c][f] = samples[static_cast<size_t>(f * channels + c)] / 32768.0f;
-  vorbis_analysis_wrote(&dsp, frames);
-  vorbis_analysis_wrote(&dsp, 0);
-  while (vorbis_analysis_blockout(&dsp, &block) == 1) {
-    vorbis_analysis(&block, nullptr);
-    vorbis_bitrate_addblock(&block);
-    while (vorbis_bitrate_flushpacket(&dsp, &packet) != 0) {
-      ogg_stream_packetin(&stream, &packet);
-      while (ogg_stream_pageout(&stream, &page) != 0) putPage(&out, page);
+  // In blocks, as libvorbis takes them: a minute at once overflows its stack. The empty block ends the stream.
+  const size_t frames = samples.size() / static_cast<size_t>(channels);
+  for (size_t at = 0, count = 1; count > 0; at += count) {
+    count = std::min(kOggBlockFrames, frames - at);
+    float** buffer = vorbis_analysis_buffer(&dsp, static_cast<int>(count));
+    for (size_t f = 0; f < count; ++f)
+      for (int c = 0; c < channels; ++c) buffer[c][f] = samples[(at + f) * static_cast<size_t>(channels) + static_cast<size_t>(c)] / 32768.0f;
+    vorbis_analysis_wrote(&dsp, static_cast<int>(count));
+    while (vorbis_analysis_blockout(&dsp, &block) == 1) {
+      vorbis_analysis(&block, nullptr);
+      vorbis_bitrate_addblock(&block);
+      while (vorbis_bitrate_flushpacket(&dsp, &packet) != 0) {
+        ogg_stream_packetin(&stream, &packet);
+        while (ogg_stream_pageout(&stream, &page) != 0) putPage(&out, page);
+      }
     }
   }
   while (ogg_stream_flush(&stream, &page) != 0) putPage(&out, page);

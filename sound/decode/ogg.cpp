@@ -40,7 +40,7 @@ int seekBytes(void* source, ogg_int64_t offset, int whence) {
 
 long tellBytes(void* source) { return static_cast<long>(static_cast<ByteReader*>(source)->position()); }
 
-class OggDecoder : public DecoderBase {
+class OggDecoder : public BlockDecoder {
  public:
   explicit OggDecoder(std::vector<uint8_t> bytes) : source_(std::move(bytes)) {}
   ~OggDecoder() override {
@@ -61,47 +61,26 @@ class OggDecoder : public DecoderBase {
     return layoutProblem(channels_, rate_);
   }
 
-  int channels() const override { return channels_; }
-  int rate() const override { return static_cast<int>(rate_); }
-  int64_t lengthFrames() const override { return length_; }
+  bool seek(int64_t frame) override { return inSound(frame) && ov_pcm_seek(&file_, frame) == 0; }
 
-  size_t read(int16_t* out, size_t frames) override {
-    if (!error().empty()) return 0;
-    const size_t frameBytes = static_cast<size_t>(channels_) * kWordBytes;
-    size_t done = 0;
-    while (done < frames) {
-      const int want = static_cast<int>(std::min<size_t>((frames - done) * frameBytes, INT_MAX / frameBytes * frameBytes));
-      int link = 0;
-      const long got = ov_read(&file_, reinterpret_cast<char*>(out + done * channels_), want, kLittleEndian, kWordBytes, kSigned, &link);
-      if (got == 0) break;
-      if (got < 0) {
-        fail(describe(got));
-        break;
-      }
-      // A chained stream may change its layout from one link to the next.
-      const vorbis_info* info = ov_info(&file_, link);
-      if (info == nullptr || info->channels != channels_ || info->rate != rate_) {
-        fail("a link of the stream changes its channels or rate");
-        break;
-      }
-      done += static_cast<size_t>(got) / frameBytes;
-    }
-    return done;
-  }
-
-  bool seek(int64_t frame) override {
-    return frame >= 0 && (length_ < 0 || frame <= length_) && ov_pcm_seek(&file_, frame) == 0;
+ protected:
+  bool decodeSome(int16_t* out, size_t frames, size_t* got) override {
+    const int want = static_cast<int>(std::min<size_t>(frames * frameBytes(), INT_MAX / frameBytes() * frameBytes()));
+    int link = 0;
+    const long bytes = ov_read(&file_, reinterpret_cast<char*>(out), want, kLittleEndian, kWordBytes, kSigned, &link);
+    if (bytes < 0) return fail(describe(bytes));
+    // A chained stream may change its layout from one link to the next.
+    const vorbis_info* info = ov_info(&file_, link);
+    if (info == nullptr || info->channels != channels_ || info->rate != rate_) return fail("a link of the stream changes its channels or rate");
+    *got = static_cast<size_t>(bytes) / frameBytes();
+    return bytes > 0;
   }
 
  private:
   ByteReader source_;
   OggVorbis_File file_{};
   bool open_ = false;
-  int channels_ = 0;
-  long rate_ = 0;
-  int64_t length_ = -1;
 };
-
 }  // namespace
 
 bool isOgg(const uint8_t* bytes, size_t size) { return size >= 4 && std::memcmp(bytes, "OggS", 4) == 0; }

@@ -1,5 +1,6 @@
 // One decoder (TS_FUZZ_OPEN: openWav, openOgg or openMp3) on any bytes: refused with a reason,
-// or a layout that plays, reads that never give more than asked, seeks inside the sound only.
+// or a layout that plays, reads that never give more than asked and end for good, no seek before
+// the start.
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
@@ -40,6 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const int64_t frames = drain(decoder.get(), &block);
   check(decoder->read(block.data(), kBlockFrames) == 0);
   check(!decoder->seek(-1));
-  if (decoder->seek(frames / 2)) check(drain(decoder.get(), &block) <= frames);
+  // From another start a damaged lossy stream may decode to another length: only the reads' bounds hold.
+  if (decoder->seek(frames / 2)) drain(decoder.get(), &block);
   return 0;
 }

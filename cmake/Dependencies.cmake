@@ -88,3 +88,79 @@ else()
   add_library(ts_png INTERFACE)
   target_link_libraries(ts_png INTERFACE PNG::PNG)
 endif()
+
+# Ogg Vorbis and MP3: Debian's libogg, libvorbis and libmpg123 natively. For Windows their
+# source packages built static by their own CMake projects (mpg123's lives in ports/cmake),
+# only the library targets. vorbisenc serves the tests, which encode their own sounds.
+if(TS_WINDOWS)
+  foreach(source IN ITEMS "${TS_OGG_SOURCE}/include/ogg/ogg.h" "${TS_VORBIS_SOURCE}/include/vorbis/vorbisfile.h"
+                          "${TS_MPG123_SOURCE}/ports/cmake/CMakeLists.txt")
+    if(NOT EXISTS "${source}")
+      message(FATAL_ERROR "'${source}' not found; run ./test or ./run, which fetch the source packages")
+    endif()
+  endforeach()
+
+  set(ogg_build ${CMAKE_BINARY_DIR}/libogg)
+  ExternalProject_Add(libogg
+    SOURCE_DIR ${TS_OGG_SOURCE}
+    BINARY_DIR ${ogg_build}
+    CMAKE_ARGS ${library_args} -DINSTALL_DOCS=OFF
+    BUILD_COMMAND $(MAKE) ogg
+    INSTALL_COMMAND ""
+    BUILD_BYPRODUCTS ${ogg_build}/libogg.a)
+  # config_types.h is written at configure time into the build folder.
+  file(MAKE_DIRECTORY ${ogg_build}/include)
+  add_library(ts_ogg STATIC IMPORTED GLOBAL)
+  set_target_properties(ts_ogg PROPERTIES IMPORTED_LOCATION ${ogg_build}/libogg.a
+                                          INTERFACE_INCLUDE_DIRECTORIES "${TS_OGG_SOURCE}/include;${ogg_build}/include")
+  add_dependencies(ts_ogg libogg)
+
+  set(vorbis_build ${CMAKE_BINARY_DIR}/libvorbis)
+  ExternalProject_Add(libvorbis
+    SOURCE_DIR ${TS_VORBIS_SOURCE}
+    BINARY_DIR ${vorbis_build}
+    CMAKE_ARGS ${library_args} -DOGG_INCLUDE_DIR=${TS_OGG_SOURCE}/include -DOGG_LIBRARY=${ogg_build}/libogg.a
+               -DCMAKE_C_FLAGS=-I${ogg_build}/include
+    BUILD_COMMAND $(MAKE) vorbis vorbisfile vorbisenc
+    INSTALL_COMMAND ""
+    BUILD_BYPRODUCTS ${vorbis_build}/lib/libvorbis.a ${vorbis_build}/lib/libvorbisfile.a ${vorbis_build}/lib/libvorbisenc.a
+    DEPENDS libogg)
+  foreach(part IN ITEMS vorbis vorbisfile vorbisenc)
+    add_library(ts_${part} STATIC IMPORTED GLOBAL)
+    set_target_properties(ts_${part} PROPERTIES IMPORTED_LOCATION ${vorbis_build}/lib/lib${part}.a
+                                                INTERFACE_INCLUDE_DIRECTORIES ${TS_VORBIS_SOURCE}/include)
+    add_dependencies(ts_${part} libvorbis)
+  endforeach()
+  set_target_properties(ts_vorbis PROPERTIES INTERFACE_LINK_LIBRARIES ts_ogg)
+  set_target_properties(ts_vorbisfile PROPERTIES INTERFACE_LINK_LIBRARIES ts_vorbis)
+  set_target_properties(ts_vorbisenc PROPERTIES INTERFACE_LINK_LIBRARIES ts_vorbis)
+
+  set(mpg123_build ${CMAKE_BINARY_DIR}/libmpg123)
+  ExternalProject_Add(libmpg123
+    SOURCE_DIR ${TS_MPG123_SOURCE}/ports/cmake
+    BINARY_DIR ${mpg123_build}
+    CMAKE_ARGS ${library_args} -DBUILD_PROGRAMS=OFF -DBUILD_LIBOUT123=OFF
+    BUILD_COMMAND $(MAKE) libmpg123
+    INSTALL_COMMAND ""
+    BUILD_BYPRODUCTS ${mpg123_build}/src/libmpg123/libmpg123.a)
+  # mpg123.h is written at configure time beside the library.
+  file(MAKE_DIRECTORY ${mpg123_build}/src/libmpg123)
+  add_library(ts_mpg123 STATIC IMPORTED GLOBAL)
+  set_target_properties(ts_mpg123 PROPERTIES IMPORTED_LOCATION ${mpg123_build}/src/libmpg123/libmpg123.a
+                                             INTERFACE_INCLUDE_DIRECTORIES "${mpg123_build}/src/libmpg123;${TS_MPG123_SOURCE}/src/libmpg123"
+                                             INTERFACE_LINK_LIBRARIES shlwapi)
+  add_dependencies(ts_mpg123 libmpg123)
+else()
+  find_path(TS_VORBIS_INCLUDE vorbis/vorbisfile.h REQUIRED)
+  find_path(TS_MPG123_INCLUDE mpg123.h REQUIRED)
+  foreach(part IN ITEMS ogg vorbis vorbisfile vorbisenc mpg123)
+    find_library(TS_${part}_LIBRARY ${part} REQUIRED)
+    add_library(ts_${part} INTERFACE)
+    target_link_libraries(ts_${part} INTERFACE ${TS_${part}_LIBRARY})
+  endforeach()
+  target_include_directories(ts_vorbis SYSTEM INTERFACE ${TS_VORBIS_INCLUDE})
+  target_include_directories(ts_mpg123 SYSTEM INTERFACE ${TS_MPG123_INCLUDE})
+  target_link_libraries(ts_vorbis INTERFACE ts_ogg)
+  target_link_libraries(ts_vorbisfile INTERFACE ts_vorbis)
+  target_link_libraries(ts_vorbisenc INTERFACE ts_vorbis)
+endif()

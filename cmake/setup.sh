@@ -10,6 +10,7 @@ ts_need_packages() {
   local missing=() p
   for p in cmake g++ clang libclang-rt-14-dev googletest libbz2-dev libstb-dev librapidxml-dev \
            libjpeg62-turbo-dev libpng-dev zlib1g-dev libz-mingw-w64-dev nasm \
+           libogg-dev libvorbis-dev libmpg123-dev libmp3lame-dev \
            g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 \
            wine wine64 xvfb xauth libgl1-mesa-dri dpkg-dev; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
@@ -36,6 +37,22 @@ ts_enable_deb_src() {
   $sudo apt-get update -q >/dev/null
 }
 
+# A mirror may hold a source package but not the upstream signature beside its tarball; then
+# apt-get source stops after fetching the rest (each file checked against the index). Unpack
+# that as dpkg-source would: the upstream tarball, Debian's folder, its patches in order.
+ts_unpack_fetched() {
+  local upstream debian
+  upstream=$(find . -maxdepth 1 -name '*.orig.tar.*' ! -name '*.asc' | head -1)
+  debian=$(find . -maxdepth 1 -name '*.debian.tar.*' | head -1)
+  [ -n "$upstream" ] && [ -n "$debian" ] || return 1
+  mkdir source && tar -xf "$upstream" -C source --strip-components=1 && tar -xf "$debian" -C source || return 1
+  [ -f source/debian/patches/series ] || return 0
+  local patch
+  for patch in $(grep -v '^#' source/debian/patches/series); do
+    (cd source && patch -p1 -s <"debian/patches/$patch") || return 1
+  done
+}
+
 # Debian's source package PACKAGE unpacked into build/deps/DIR, once; FILE shows it is there.
 ts_fetch_source() {
   local package=$1 dir=$2 file=$3
@@ -45,7 +62,7 @@ ts_fetch_source() {
   # Newest first; a mirror may list a version whose files it does not hold yet.
   local version
   for version in $(apt-cache showsrc "$package" | sed -n 's/^Version: //p' | sort -rV); do
-    (cd "$tmp" && apt-get source -qq "$package=$version" >/dev/null 2>&1) && break
+    (cd "$tmp" && { apt-get source -qq "$package=$version" >/dev/null 2>&1 || ts_unpack_fetched; }) && break
     rm -rf "${tmp:?}"/*
   done
   mkdir -p "$TS_DEPS"
@@ -85,4 +102,7 @@ ts_setup() {
   ts_fetch_source bzip2 bzip2 bzlib.h
   ts_fetch_source libjpeg-turbo libjpeg-turbo jpeglib.h
   ts_fetch_source libpng1.6 libpng png.h
+  ts_fetch_source libogg libogg include/ogg/ogg.h
+  ts_fetch_source libvorbis libvorbis include/vorbis/vorbisfile.h
+  ts_fetch_source mpg123 mpg123 ports/cmake/CMakeLists.txt
 }

@@ -154,7 +154,8 @@ bool Walker::readCount(size_t& at, Body& body, const char* name, uint32_t& count
   if (!need(at, 4, body)) return false;
   count = u32At(data + at);
   const size_t left = body.end - at - 4;
-  if (count > left) return bodyFault(at, body, trace::text("a count of %u, with %zu bytes left in the body", count, left));
+  if (count > left)
+    return bodyFault(at, body, trace::text("a count of %u, with %zu bytes left in the body", count, left));
   body.integers.emplace_back(name, count);
   at += 4;
   return true;

@@ -101,8 +101,8 @@ bool BodyPrinter::hidden() {
 void BodyPrinter::chunk(const tsio::layout::ChunkHeader& chunk) {
   const std::string className = chunk.format ? chunk.format->className : "a code the format doesn't know";
   std::fprintf(out, "%10lld  %*s%s  version %u, id %u, %d bytes: %s\n", static_cast<long long>(chunk.offset),
-               static_cast<int>(kIndent * (chunk.depth - 1)), "", tsio::layout::codeText(chunk.code).c_str(), chunk.version,
-               chunk.id, chunk.size, className.c_str());
+               static_cast<int>(kIndent * (chunk.depth - 1)), "", tsio::layout::codeText(chunk.code).c_str(),
+               chunk.version, chunk.id, chunk.size, className.c_str());
   frames.push_back(Frame{chunk.depth, {}});
 }
 
@@ -132,7 +132,8 @@ void BodyPrinter::object(int64_t offset, const std::string& path, const tsio::la
     line(offset, trace::text("%s -> id %u (an object the reader doesn't make: null)", path.c_str(), word.id));
   else
     line(offset, trace::text("%s -> id %u (%s at %lld)", path.c_str(), word.id,
-                             tsio::layout::codeText(word.targetCode).c_str(), static_cast<long long>(word.targetOffset)));
+                             tsio::layout::codeText(word.targetCode).c_str(),
+                             static_cast<long long>(word.targetOffset)));
 }
 
 void BodyPrinter::arrayBegin(int64_t offset, const std::string& path, uint32_t count) {

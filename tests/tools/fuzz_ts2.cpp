@@ -62,13 +62,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   tstool::PersistenceFile file;
   tstool::Problem problem;
   if (!tstool::parsePersistenceFile(std::vector<uint8_t>(data, data + size), file, problem)) {
-    check(problem.inFile && !problem.what.empty() && problem.offset >= 0 && problem.offset <= static_cast<int64_t>(size));
+    check(problem.inFile && !problem.what.empty() && problem.offset >= 0 &&
+          problem.offset <= static_cast<int64_t>(size));
     return 0;
   }
   Checker checker(file.offsetBase(), file.objectStream.size());
   const tsio::layout::WalkResult walk =
       tsio::layout::walkObjectStream(file.objectStream.data(), file.objectStream.size(), file.offsetBase(), &checker);
-  check(walk.chunks == checker.chunks && walk.references == checker.references && walk.depth <= tsio::layout::kMaxDepth);
+  check(walk.chunks == checker.chunks && walk.references == checker.references &&
+        walk.depth <= tsio::layout::kMaxDepth);
   check(walk.ok ? walk.nullRoot || walk.rootCode != 0
                 : !walk.fault.empty() && walk.faultOffset >= checker.base && walk.faultOffset <= checker.end);
   return 0;

@@ -98,6 +98,7 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   const std::vector<uint8_t> file = builder.bytes(0);
   ASSERT_GT(file.size(), 1000u);
   ASSERT_TRUE(readAndDraw(file.data(), file.size()));  // the context's lasting blocks made once
+  ASSERT_TRUE(walkScene(file.data(), file.size()).ok) << walkScene(file.data(), file.size()).fault;
   const auto started = std::chrono::steady_clock::now();
   std::map<std::string, int> refusedBy;
   long leaked = 0, kept = 0;

@@ -1,8 +1,6 @@
 #include "io/chunked_stream.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 
 #include "io/chunk_registry.h"
 #include "io/trace.h"
@@ -18,18 +16,8 @@ char shown(uint32_t code, int index) {
   return c >= 0x20 && c < 0x7F ? c : '?';
 }
 
-std::string format(const char* pattern, ...) TS_PRINTF_FORMAT(1, 2);
-std::string format(const char* pattern, ...) {
-  char text[256];
-  va_list arguments;
-  va_start(arguments, pattern);
-  std::vsnprintf(text, sizeof text, pattern, arguments);
-  va_end(arguments);
-  return text;
-}
-
 std::string describe(uint32_t code, uint16_t id) {
-  return format("%c%c%c%c (id %u)", shown(code, 0), shown(code, 1), shown(code, 2), shown(code, 3), id);
+  return trace::text("%c%c%c%c (id %u)", shown(code, 0), shown(code, 1), shown(code, 2), shown(code, 3), id);
 }
 
 }  // namespace
@@ -92,7 +80,7 @@ Serializable* InStreamChunked::readNested() {
   const int kind = readChunkHeader();
   Serializable* object = nullptr;
   if (!inner->isGood()) {
-    reject(format("the file ends inside the object at byte %d", start));
+    reject(trace::text("the file ends inside the object at byte %d", start));
   } else if (kind == kChunk) {
     object = readChunk();
   } else if (kind == kReference) {
@@ -109,14 +97,14 @@ Serializable* InStreamChunked::readChunk() {
   const int64_t room = static_cast<int64_t>(limit()) - inner->tell();
   const auto left = static_cast<int32_t>(std::max<int64_t>(room, 0));
   if (currentSize < 0 || currentSize > left) {
-    reject(format("chunk %s declares %d bytes where %d are left", describe(code, header.id).c_str(), currentSize,
+    reject(trace::text("chunk %s declares %d bytes where %d are left", describe(code, header.id).c_str(), currentSize,
                   left));
     return nullptr;
   }
   header.end = inner->tell() + currentSize;
   // Only chunks recurse: a reference or a null word at any depth is harmless.
   if (headers.size() > kMaxDepth) {
-    reject(format("chunks nest deeper than %u levels", static_cast<unsigned>(kMaxDepth)));
+    reject(trace::text("chunks nest deeper than %u levels", static_cast<unsigned>(kMaxDepth)));
     return nullptr;
   }
   CRSerializable* registrer = findChunk(code);
@@ -131,9 +119,9 @@ Serializable* InStreamChunked::readChunk() {
   expectingBody = false;
   const Header& done = headers.back();  // the nested reads may have moved the stack
   if (!inner->isGood())
-    reject(format("the file ends inside chunk %s", describe(code, done.id).c_str()));
+    reject(trace::text("the file ends inside chunk %s", describe(code, done.id).c_str()));
   else if (inner->tell() > done.end)
-    reject(format("chunk %s reads %d bytes past its end", describe(code, done.id).c_str(), inner->tell() - done.end));
+    reject(trace::text("chunk %s reads %d bytes past its end", describe(code, done.id).c_str(), inner->tell() - done.end));
   return object;
 }
 

@@ -26,6 +26,15 @@ void TracerDefault::warn(const char* fmt, va_list arguments) {
 
 void TracerDefault::log(const char*, va_list) {}
 
+std::string text(const char* format, ...) {
+  char buffer[512];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(buffer, sizeof buffer, format, arguments);
+  va_end(arguments);
+  return buffer;
+}
+
 Tracer* tracer() {
   if (!globalTracer) globalTracer = new TracerDefault;
   return globalTracer;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <string>
 
 // The one way messages leave the system: error boxes, warnings and log lines with
 // printf-style formats. The default tracer shows boxes and drops log lines.
@@ -42,6 +43,11 @@ Tracer* setTracer(Tracer* replacement);
 #else
 #define TS_PRINTF_FORMAT(fmt, args)
 #endif
+
+namespace trace {
+// A message as a string, for the messages that are built before they are shown.
+std::string text(const char* format, ...) TS_PRINTF_FORMAT(1, 2);
+}  // namespace trace
 
 void traceBox(const char* format, ...) TS_PRINTF_FORMAT(1, 2);
 void traceBoxIf(bool condition, const char* format, ...) TS_PRINTF_FORMAT(2, 3);

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -22,16 +21,6 @@ namespace {
 constexpr size_t kBzip2HeaderBytes = 12;  // magic, unpacked length, packed length
 constexpr uint64_t kMaxFileBytes = static_cast<uint64_t>(std::numeric_limits<int32_t>::max());
 constexpr size_t kFirstOutputBytes = size_t{1} << 20;
-
-std::string format(const char* pattern, ...) TS_PRINTF_FORMAT(1, 2);
-std::string format(const char* pattern, ...) {
-  char text[512];
-  va_list arguments;
-  va_start(arguments, pattern);
-  std::vsnprintf(text, sizeof text, pattern, arguments);
-  va_end(arguments);
-  return text;
-}
 
 bool failed(Problem& problem, std::string what) {
   problem = Problem{false, 0, std::move(what)};
@@ -57,13 +46,13 @@ bool unpack(const std::vector<uint8_t>& bytes, PersistenceFile& file, Problem& p
   const auto packed = static_cast<int32_t>(u32At(bytes.data() + 8));
   if (length <= 0 || length > tsio::InStreamBzip2::kMaxUnpackedSize)
     return faultAt(problem, 4,
-                   format("the compressed block declares %d unpacked bytes; a reader takes 1 to %d", length,
+                   trace::text("the compressed block declares %d unpacked bytes; a reader takes 1 to %d", length,
                           tsio::InStreamBzip2::kMaxUnpackedSize));
-  if (packed <= 0) return faultAt(problem, 8, format("the compressed block declares %d bytes", packed));
+  if (packed <= 0) return faultAt(problem, 8, trace::text("the compressed block declares %d bytes", packed));
   const uint64_t blockEnd = kBzip2HeaderBytes + static_cast<uint64_t>(packed);
   if (blockEnd > bytes.size())
     return faultAt(problem, bytes.size(),
-                   format("truncated: the compressed block declares %d bytes, to offset %llu, but the file ends here",
+                   trace::text("truncated: the compressed block declares %d bytes, to offset %llu, but the file ends here",
                           packed, static_cast<unsigned long long>(blockEnd)));
 
   std::vector<uint8_t>& out = file.objectStream;
@@ -92,19 +81,19 @@ bool unpack(const std::vector<uint8_t>& bytes, PersistenceFile& file, Problem& p
   BZ2_bzDecompressEnd(&stream);
   const uint64_t where = kBzip2HeaderBytes + consumed;
   if (result != BZ_OK && result != BZ_STREAM_END)
-    return faultAt(problem, where, format("the compressed block is damaged (bzip2 error %d)", result));
+    return faultAt(problem, where, trace::text("the compressed block is damaged (bzip2 error %d)", result));
   if (produced > wanted)
-    return faultAt(problem, 4, format("the compressed block unpacks to more than the %d bytes it declares", length));
+    return faultAt(problem, 4, trace::text("the compressed block unpacks to more than the %d bytes it declares", length));
   if (result != BZ_STREAM_END)
     return faultAt(problem, blockEnd, "truncated: the compressed block ends inside its bzip2 stream");
   if (produced != wanted)
     return faultAt(problem, 4,
-                   format("the compressed block unpacks to %zu bytes, not the %d it declares", produced, length));
+                   trace::text("the compressed block unpacks to %zu bytes, not the %d it declares", produced, length));
   if (where < blockEnd)
-    return faultAt(problem, where, format("%llu bytes behind the bzip2 stream inside the compressed block",
+    return faultAt(problem, where, trace::text("%llu bytes behind the bzip2 stream inside the compressed block",
                                           static_cast<unsigned long long>(blockEnd - where)));
   if (blockEnd < bytes.size())
-    return faultAt(problem, blockEnd, format("%llu bytes behind the compressed block",
+    return faultAt(problem, blockEnd, trace::text("%llu bytes behind the compressed block",
                                              static_cast<unsigned long long>(bytes.size() - blockEnd)));
   out.resize(produced);
   file.packedSize = static_cast<uint32_t>(packed);
@@ -118,7 +107,7 @@ bool readWholeFile(const std::string& path, std::vector<uint8_t>& bytes, Problem
   if (stat(path.c_str(), &status) != 0) return failed(problem, std::strerror(errno));
   if (!S_ISREG(status.st_mode)) return failed(problem, "not a regular file");
   if (static_cast<uint64_t>(status.st_size) > kMaxFileBytes)
-    return failed(problem, format("%lld bytes: a persistence file holds at most %llu",
+    return failed(problem, trace::text("%lld bytes: a persistence file holds at most %llu",
                                   static_cast<long long>(status.st_size), static_cast<unsigned long long>(kMaxFileBytes)));
   std::FILE* stream = std::fopen(path.c_str(), "rb");
   if (!stream) return failed(problem, std::strerror(errno));
@@ -166,7 +155,7 @@ bool parsePersistenceFile(const std::vector<uint8_t>& bytes, PersistenceFile& fi
     return unpack(bytes, file, problem);
   }
   return faultAt(problem, 0,
-                 format("bad magic %02X %02X %02X %02X: a persistence file starts with NONE or IOBZ", bytes[0],
+                 trace::text("bad magic %02X %02X %02X %02X: a persistence file starts with NONE or IOBZ", bytes[0],
                         bytes[1], bytes[2], bytes[3]));
 }
 
@@ -174,7 +163,7 @@ bool writeFileAtomically(const std::string& path, const std::vector<uint8_t>& by
   std::string temporary = path + ".ts2-XXXXXX";
   const int descriptor = mkstemp(temporary.data());
   if (descriptor < 0) {
-    error = format("can't create a file beside it: %s", std::strerror(errno));
+    error = trace::text("can't create a file beside it: %s", std::strerror(errno));
     return false;
   }
   // mkstemp makes the file private; give it what a new file gets.

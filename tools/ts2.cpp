@@ -8,7 +8,8 @@
 #include "io/stream_bzip2.h"
 #include "io/stream_memory.h"
 #include "io/trace.h"
-#include "tools/chunk_tree.h"
+#include "io/chunk_walk.h"
+#include "tools/body_printer.h"
 #include "tools/persistence_file.h"
 
 namespace {
@@ -31,56 +32,61 @@ const char* const kHelpText =
     "stored as nested chunks.\n"
     "\n"
     "commands:\n"
-    "  dump FILE        print the chunk tree: offset, version, id and body size of each chunk,\n"
-    "                   and the reference words to objects stored earlier\n"
-    "  check FILE       walk the whole tree; \"ok\" with counts, or the offset of the first fault\n"
+    "  dump FILE        print each chunk and each field of its body by name, with its value\n"
+    "  check FILE       walk every body; \"ok\" with counts, or the offset of the first fault\n"
     "  pack IN OUT      store IN's object stream as a bzip2 block (IOBZ) in OUT\n"
     "  unpack IN OUT    store IN's object stream uncompressed (NONE) in OUT\n"
     "\n"
     "Exit status: 0 done, 1 a fault in a file or an error, 2 bad usage.\n";
 
 const char* const kTreeRules =
-    "The tool knows no class: chunk bodies are opaque to it. Inside a body it takes as a nested\n"
-    "chunk four code letters [A-Za-z0-9_] with a version below 256, the next object's id (ids\n"
-    "count up from 0 in the order objects were written) and a size that fits the parent; and as\n"
-    "a reference a word 0x8000iiii naming an object met before, at a 4-byte step from the start\n"
-    "of the body, from the end of a nested chunk or from the end of a string.\n";
+    "Each body is walked by the description of its class: every field where the class's load\n"
+    "reads it, counts and flags deciding what follows, objects as a null word, a reference\n"
+    "(0x80000000 or'ed with the id of an object stored before) or a nested chunk. Each body must\n"
+    "end exactly where its chunk says. A chunk of a code no class has, or of a version its class\n"
+    "doesn't read, is stepped over by its size, as the driver does. Ids count up from 0 in the\n"
+    "order objects were written.\n";
 
 struct Command {
   const char* name;
   int operands;
+  const char* option;  // the one option the command takes, or null
   const char* synopsis;
   const char* help;
-  int (*run)(const std::vector<std::string>& operands);
+  int (*run)(const std::vector<std::string>& operands, bool option);
 };
 
-int dump(const std::vector<std::string>& operands);
-int check(const std::vector<std::string>& operands);
-int pack(const std::vector<std::string>& operands);
-int unpack(const std::vector<std::string>& operands);
+int dump(const std::vector<std::string>& operands, bool full);
+int check(const std::vector<std::string>& operands, bool);
+int pack(const std::vector<std::string>& operands, bool);
+int unpack(const std::vector<std::string>& operands, bool);
 
 const Command kCommands[] = {
-    {"dump", 1, "ts2 dump FILE",
-     "Prints the chunk tree of FILE, one line per chunk in file order: its offset, version, id,\n"
-     "body size and code, indented by depth; and one line per reference word, with the id it\n"
-     "names and where that object's chunk stands. For NONE the offsets are file offsets (the\n"
-     "root chunk at 4); for IOBZ they are those of the unpacked object stream (the root at 0),\n"
-     "as the first line says. A fault ends the tree and is reported as check reports it.\n",
+    {"dump", 1, "--full", "ts2 dump [--full] FILE",
+     "Prints FILE in file order, a line each: every chunk with its code, version, id, body size\n"
+     "and class, and every field of its body by name with its value: numbers, vectors, flags by\n"
+     "name, strings, objects (null, a reference with the id and the code it names, or the nested\n"
+     "chunk). Arrays show their first items; --full shows all of them and all embedded bytes.\n"
+     "For NONE the offsets are file offsets (the root chunk at 4); for IOBZ they are those of the\n"
+     "unpacked object stream (the root at 0), as the first line says. A fault ends the dump and\n"
+     "is reported as check reports it.\n",
      dump},
-    {"check", 1, "ts2 check FILE",
-     "Walks the whole of FILE: magic, compressed block, chunk headers, sizes, nesting and\n"
-     "references. Prints \"ok\" with the counts of chunks and references and the deepest\n"
-     "nesting, or names the first fault and its offset (truncation, a size that overruns its\n"
-     "parent, a bad magic or code, a reference to nothing, nesting beyond 256 levels, bytes\n"
-     "behind the root) and exits with 1. Offsets are given as dump gives them.\n",
+    {"check", 1, nullptr, "ts2 check FILE",
+     "Walks the whole of FILE: magic, compressed block, chunk headers, sizes, nesting, ids,\n"
+     "references, and every body by its class's fields. Prints \"ok\" with the counts of chunks,\n"
+     "references and bodies stepped over and the deepest nesting, or names the first fault, its\n"
+     "offset and the field being read (truncation, a size that overruns its parent, a count\n"
+     "beyond the bytes left, a body longer or shorter than its fields, a reference to nothing,\n"
+     "nesting beyond 256 levels, bytes behind the root) and exits with 1. Offsets are given as\n"
+     "dump gives them.\n",
      check},
-    {"pack", 2, "ts2 pack IN OUT",
+    {"pack", 2, nullptr, "ts2 pack IN OUT",
      "Writes IN, a NONE file, as an IOBZ file OUT: the same object stream as one bzip2 block.\n"
      "The object stream is copied as it is, not interpreted (check tells whether it is sound).\n"
      "OUT is written under a temporary name beside it and then renamed, so a failure leaves no\n"
      "half-written OUT; OUT may not be IN.\n",
      pack},
-    {"unpack", 2, "ts2 unpack IN OUT",
+    {"unpack", 2, nullptr, "ts2 unpack IN OUT",
      "Writes IN, an IOBZ file, as a NONE file OUT holding the unpacked object stream byte for\n"
      "byte. OUT is written under a temporary name beside it and then renamed, so a failure\n"
      "leaves no half-written OUT; OUT may not be IN.\n",
@@ -110,7 +116,7 @@ void report(const std::string& path, const Problem& problem) {
     std::fprintf(stderr, "ts2: %s: %s\n", path.c_str(), problem.what.c_str());
 }
 
-void reportWalkFault(const std::string& path, const PersistenceFile& file, const tstool::WalkResult& walk) {
+void reportWalkFault(const std::string& path, const PersistenceFile& file, const tsio::layout::WalkResult& walk) {
   std::fprintf(stderr, "ts2: %s: %s %lld: %s\n", path.c_str(),
                file.packing == Packing::Plain ? "offset" : "object stream offset",
                static_cast<long long>(walk.faultOffset), walk.fault.c_str());
@@ -120,29 +126,15 @@ std::string plural(size_t count, const char* word) {
   return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
-std::string counts(const tstool::WalkResult& walk) {
+std::string counts(const tsio::layout::WalkResult& walk) {
   if (walk.nullRoot) return "a null root, no objects";
-  return plural(walk.chunks, "chunk") + ", " + plural(walk.references, "reference") + ", depth " +
-         std::to_string(walk.depth);
+  std::string text = plural(walk.chunks, "chunk") + ", " + plural(walk.references, "reference") + ", depth " +
+                     std::to_string(walk.depth);
+  if (walk.skipped) text += ", " + plural(walk.skipped, "body") + " stepped over";
+  return text;
 }
 
-class TreePrinter : public tstool::TreeVisitor {
- public:
-  void chunk(const tstool::Chunk& c) override {
-    std::printf("%10lld  %7u  %5u  %10d  %*s%s\n", static_cast<long long>(c.offset), c.version, c.id, c.size,
-                indent(c.depth), "", tstool::codeText(c.code).c_str());
-  }
-  void reference(const tstool::Reference& r) override {
-    std::printf("%10lld  %7s  %5s  %10s  %*s-> id %u (%s at %lld)\n", static_cast<long long>(r.offset), "", "", "",
-                indent(r.depth + 1), "", r.id, tstool::codeText(r.targetCode).c_str(),
-                static_cast<long long>(r.targetOffset));
-  }
-
- private:
-  static int indent(size_t depth) { return static_cast<int>(2 * (depth - 1)); }
-};
-
-int dump(const std::vector<std::string>& operands) {
+int dump(const std::vector<std::string>& operands, bool full) {
   const std::string& path = operands[0];
   PersistenceFile file;
   Problem problem;
@@ -157,10 +149,10 @@ int dump(const std::vector<std::string>& operands) {
     std::printf(
         "%s: IOBZ, a bzip2 block of %u bytes unpacking to %zu; offsets are those of the unpacked object stream\n",
         path.c_str(), file.packedSize, file.objectStream.size());
-  std::printf("%10s  %7s  %5s  %10s  %s\n", "offset", "version", "id", "size", "chunk");
-  TreePrinter printer;
-  const tstool::WalkResult walk =
-      tstool::walkObjectStream(file.objectStream.data(), file.objectStream.size(), file.offsetBase(), &printer);
+  std::printf("%10s  %s\n", "offset", "chunk or field");
+  tstool::BodyPrinter printer(stdout, full);
+  const tsio::layout::WalkResult walk =
+      tsio::layout::walkObjectStream(file.objectStream.data(), file.objectStream.size(), file.offsetBase(), &printer);
   std::printf("%s\n", counts(walk).c_str());
   std::fflush(stdout);
   if (!walk.ok) {
@@ -170,7 +162,7 @@ int dump(const std::vector<std::string>& operands) {
   return kDone;
 }
 
-int check(const std::vector<std::string>& operands) {
+int check(const std::vector<std::string>& operands, bool) {
   const std::string& path = operands[0];
   PersistenceFile file;
   Problem problem;
@@ -178,8 +170,8 @@ int check(const std::vector<std::string>& operands) {
     report(path, problem);
     return kFault;
   }
-  const tstool::WalkResult walk =
-      tstool::walkObjectStream(file.objectStream.data(), file.objectStream.size(), file.offsetBase(), nullptr);
+  const tsio::layout::WalkResult walk =
+      tsio::layout::walkObjectStream(file.objectStream.data(), file.objectStream.size(), file.offsetBase(), nullptr);
   if (!walk.ok) {
     reportWalkFault(path, file, walk);
     return kFault;
@@ -214,7 +206,7 @@ bool write(const std::string& path, const std::vector<uint8_t>& bytes) {
   return false;
 }
 
-int pack(const std::vector<std::string>& operands) {
+int pack(const std::vector<std::string>& operands, bool) {
   const std::string &in = operands[0], &out = operands[1];
   PersistenceFile file;
   if (!readForConversion(in, out, Packing::Plain, file)) return kFault;
@@ -241,7 +233,7 @@ int pack(const std::vector<std::string>& operands) {
   return kDone;
 }
 
-int unpack(const std::vector<std::string>& operands) {
+int unpack(const std::vector<std::string>& operands, bool) {
   const std::string &in = operands[0], &out = operands[1];
   PersistenceFile file;
   if (!readForConversion(in, out, Packing::Bzip2, file)) return kFault;
@@ -296,11 +288,13 @@ int main(int argc, char** argv) {
   if (!command) return badUsage("unknown command '" + arguments[0] + "'", nullptr);
 
   std::vector<std::string> operands;
-  bool optionsEnded = false;
+  bool optionsEnded = false, option = false;
   for (size_t i = 1; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (!optionsEnded && argument == "--") {
       optionsEnded = true;
+    } else if (!optionsEnded && command->option && argument == command->option) {
+      option = true;
     } else if (!optionsEnded && isHelp(argument)) {
       printCommandHelp(*command);
       return kDone;
@@ -314,5 +308,5 @@ int main(int argc, char** argv) {
     return badUsage(std::string(command->name) + " takes " + (command->operands == 1 ? "one file" : "two files") +
                         ", not " + std::to_string(operands.size()),
                     command);
-  return command->run(operands);
+  return command->run(operands, option);
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "io/chunk_walk.h"
 #include "io/serializable.h"
 
 // The persistence contract every chunk class keeps, as one table: a row per class, checked by
@@ -50,6 +51,16 @@ inline std::string hexOf(const std::vector<uint8_t>& bytes) {
   std::string hex;
   for (uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
   return hex;
+}
+
+// ts2's walk by the description of the bodies takes the whole of a NONE file: every body ends
+// where its chunk does, and no body is stepped over as unknown or of an unread version.
+inline void expectDescribed(const std::vector<uint8_t>& file) {
+  constexpr size_t kMagicBytes = 4;
+  const tsio::layout::WalkResult walk =
+      tsio::layout::walkObjectStream(file.data() + kMagicBytes, file.size() - kMagicBytes, kMagicBytes, nullptr);
+  EXPECT_TRUE(walk.ok) << walk.fault;
+  EXPECT_EQ(walk.skipped, 0u);
 }
 
 // A row of each controller class: also the seeds of their damage test and of the fuzz corpus.

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "io/chunk_registry.h"
 #include "tests/support/heap_count.h"
 #include "tests/support/recording_tracer.h"
 #include "tests/support/test_chunks.h"
@@ -46,6 +47,18 @@ TEST_P(ChunkContract, AChunkOfAnotherVersionIsSkippedWhole) {
 }
 
 TEST_P(ChunkContract, EveryCutIsRefusedAndFreesWhatItRead) { expectEveryCutRefused(hexBytes(GetParam().file)); }
+
+TEST_P(ChunkContract, TheFormatDescriptionWalksWhatStoreWrites) {
+  std::unique_ptr<tsio::Serializable> object(GetParam().make());
+  expectDescribed(storeToBytes(object.get(), 0));
+}
+
+// A class registered without a description of its body fails here; the test's own chunks aside.
+TEST(ChunkFormats, EveryRegisteredCodeIsDescribed) {
+  for (const auto& [code, registrer] : *tsio::chunkRegistry())
+    if (code != Node::kCode && code != Leaf::kCode)
+      EXPECT_NE(tsio::layout::findFormat(code), nullptr) << tsio::layout::codeText(code);
+}
 
 // The controllers' rows are shared (see contract.h), so they are instantiated here.
 INSTANTIATE_TEST_SUITE_P(Controllers, ChunkContract, testing::ValuesIn(controllerCases()), CaseName());

@@ -131,6 +131,7 @@ TEST(MaterialsOlderLayouts, LoadAndStoreAsTheCurrentVersion) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.older.substr(0, 20));
+    expectDescribed(hexBytes(row.older));
     RecordingTracer tracer;
     std::unique_ptr<tsio::Serializable> loaded(loadFromBytes(hexBytes(row.older)));
     ASSERT_NE(loaded, nullptr);

@@ -229,6 +229,7 @@ TEST(SceneChunks, OlderLayoutsLoadAndStoreAsTheCurrentOne) {
        "00000000 00000000 | 00000000 00000000 00000000 00000000"},
   };
   for (const auto& row : kOlder) {
+    expectDescribed(hexBytes(row.file));
     std::unique_ptr<tsio::Serializable> loaded(loadFromBytes(hexBytes(row.file)));
     EXPECT_EQ(hexOf(storeToBytes(loaded.get(), 0)), hexOf(hexBytes(row.stored)));
   }

@@ -14,6 +14,7 @@
 #include "scene/scene_hierarchy.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/context/context_fixture.h"
+#include "io/chunk_walk.h"
 #include "io/trace.h"
 #include "tests/support/heap_count.h"
 #include "tests/scenebuild/rich_scene.h"
@@ -49,6 +50,17 @@ std::string checkOf(const std::string& box) {
     else if (check.empty() || check.back() != '#')
       check += '#';
   return check;
+}
+
+// ts2 check's walk by the description of the bodies over a NONE file; a scene file's root
+// must be a scene.
+tsio::layout::WalkResult walkScene(const uint8_t* data, size_t size) {
+  constexpr size_t kMagicBytes = 4;
+  tsio::layout::WalkResult walk;
+  if (size >= kMagicBytes)
+    walk = tsio::layout::walkObjectStream(data + kMagicBytes, size - kMagicBytes, kMagicBytes, nullptr);
+  walk.ok = walk.ok && walk.rootCode == ts3d::SceneHierarchy::kCode;
+  return walk;
 }
 
 class SceneRobustnessTest : public tstest::ContextTest {
@@ -88,9 +100,13 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   const std::vector<uint8_t> file = builder.bytes(0);
   ASSERT_GT(file.size(), 1000u);
   ASSERT_TRUE(readAndDraw(file.data(), file.size()));  // the context's lasting blocks made once
+  ASSERT_TRUE(walkScene(file.data(), file.size()).ok) << walkScene(file.data(), file.size()).fault;
   const auto started = std::chrono::steady_clock::now();
   std::map<std::string, int> refusedBy;
   long leaked = 0, kept = 0;
+  // ts2 check finds a fault in every file the driver refuses; it may find more (a body that
+  // ends early, ids out of order), which the driver reads past.
+  int walkMissed = 0, walkStricter = 0;
   // Null or drawn. A refused file leaves nothing behind; a drawn one may leave what the context
   // keeps for good (a cache entry for a vertex format it meets for the first time).
   auto attempt = [&](const uint8_t* data, size_t size) {
@@ -98,14 +114,22 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
     const long before = tstest::liveHeapBlocks();
     const bool drawn = readAndDraw(data, size);
     (drawn ? kept : leaked) += tstest::liveHeapBlocks() - before;
+    const bool walked = walkScene(data, size).ok;
+    walkMissed += !drawn && walked;
+    walkStricter += drawn && !walked;
     if (!drawn) ++refusedBy[last.text[0] ? checkOf(last.text) : "no persistence file or no scene at the root"];
     return drawn;
   };
 
   // A cut file is refused whatever the length: every chunk's size reaches to the end.
-  int cutsDrawn = 0;
-  for (size_t length = 0; length < file.size(); ++length) cutsDrawn += attempt(file.data(), length);
+  int cutsDrawn = 0, cutsWalkedPast = 0;
+  for (size_t length = 0; length < file.size(); ++length) {
+    cutsDrawn += attempt(file.data(), length);
+    const tsio::layout::WalkResult walk = walkScene(file.data(), length);
+    cutsWalkedPast += walk.ok || walk.faultOffset > static_cast<int64_t>(length);
+  }
   EXPECT_EQ(cutsDrawn, 0);
+  EXPECT_EQ(cutsWalkedPast, 0) << "cuts whose fault ts2 check finds behind the cut";
 
   // One to three flipped bits anywhere but the magic.
   std::mt19937 random(20261123);
@@ -125,11 +149,13 @@ TEST_F(SceneRobustnessTest, EveryCutAndThousandsOfBitFlipsGiveNullOrADrawableSce
   EXPECT_GT(drawn, kFlips / 4);
   EXPECT_LT(drawn, kFlips);
   EXPECT_EQ(leaked, 0) << "heap blocks left behind by refused files";
+  EXPECT_EQ(walkMissed, 0) << "files the driver refused and ts2 check passed";
   std::printf("%zu cuts and %d flips in %.1f s: %d flipped files loaded and drew (%ld heap blocks kept by the "
               "context), %d refused\n",
               file.size(), kFlips, std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count(),
               drawn, kept, kFlips - drawn);
   for (const auto& [check, count] : refusedBy) std::printf("  refused %5d times by: %s\n", count, check.c_str());
+  std::printf("ts2 check faulted %d files that loaded and drew\n", walkStricter);
 
   // The device and the context came through: the intact file still draws.
   EXPECT_TRUE(readAndDraw(file.data(), file.size()));

@@ -56,7 +56,7 @@ void DriverKMT::exportAnimation(Project*, const std::string&) {}
 
 void DriverKMT::loadAnimation(const std::string&, std::string&) {}
 
-SoundPlayerFMOD* DriverKMT::soundPlayer() { return nullptr; }
+SoundPlayerFMOD* DriverKMT::soundPlayer() { return &sound; }
 
 RenderWindow* DriverKMT::renderWindow() { return &window; }
 

@@ -5,12 +5,12 @@
 
 #include "effects/render_window.h"
 #include "effects/surface_pool.h"
+#include "sound/sound_player_fmod.h"
 
 class ControllerFactory;
 class DataItem;
 class ExportedAnimation;
 class Project;
-class SoundPlayerFMOD;
 class TimelineItem;
 struct EffectDescriptor;
 
@@ -46,6 +46,8 @@ class DriverKMT final {
   ControllerFactory* controllerFactory = nullptr;
   SurfacePool screenSurfaces{640, 480, true, false};
   SurfacePool smallSurfaces{256, 256, false, true};
+  // Destroyed after the window, as members go in reverse: FMOD shuts down last.
+  SoundPlayerFMOD sound;
   RenderWindow window{{&screenSurfaces, &smallSurfaces}};
   ExportedAnimation* animation = nullptr;
 };

@@ -23,4 +23,19 @@ bool writeWholeFile(const std::string& path, const void* data, size_t size) {
   return ok;
 }
 
+bool readWholeFile(const std::string& path, std::vector<uint8_t>& bytes, size_t limit) {
+  FILE* in = std::fopen(path.c_str(), "rb");
+  if (!in) return false;
+  bytes.clear();
+  uint8_t block[65536];
+  bool ok = true;
+  for (size_t got; ok && (got = std::fread(block, 1, sizeof block, in)) > 0;) {
+    ok = bytes.size() + got <= limit;
+    if (ok) bytes.insert(bytes.end(), block, block + got);
+  }
+  ok = ok && !std::ferror(in);
+  std::fclose(in);
+  return ok;
+}
+
 }  // namespace platform

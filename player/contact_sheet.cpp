@@ -7,11 +7,14 @@
 namespace {
 
 constexpr uint32_t kBackground = 0xff202020;
+constexpr uint32_t kFrameMark = 0xffffc040;
 
 }  // namespace
 
 ContactSheet::ContactSheet(int from, int to, int columnCount, int rowCount, int cellW, int cellH)
-    : columns(std::max(columnCount, 1)),
+    : first(from),
+      last(to),
+      columns(std::max(columnCount, 1)),
       rows(std::max(rowCount, 1)),
       cellWidth(std::max(cellW, 1)),
       cellHeight(std::max(cellH, 1)) {
@@ -51,6 +54,19 @@ void ContactSheet::add(int frame, const uint32_t* pixels, int frameWidth, int fr
       sheet[static_cast<size_t>(top + y) * static_cast<size_t>(width()) + static_cast<size_t>(left + x)] =
           0xff000000u | (channel(0) << 16) | (channel(1) << 8) | channel(2);
     }
+  }
+}
+
+void ContactSheet::addSoundtrack(const soundtrack::Outline& outline, double firstTime, double fps) {
+  strip = true;
+  sheet.resize(static_cast<size_t>(width()) * static_cast<size_t>(height()), kBackground);
+  const int stripWidth = width() - 2 * kBorder, top = gridHeight();
+  uint32_t* origin = &sheet[static_cast<size_t>(top) * static_cast<size_t>(width()) + kBorder];
+  const double from = firstTime + first / fps, to = firstTime + (last + 1) / fps;
+  soundtrack::draw(outline, from, to, origin, stripWidth, kStripHeight, width());
+  for (int frame : chosen) {
+    const int x = static_cast<int>((firstTime + frame / fps - from) / (to - from) * stripWidth);
+    for (int y = 0; y < kStripHeight; ++y) origin[static_cast<size_t>(y) * static_cast<size_t>(width()) + x] = kFrameMark;
   }
 }
 

@@ -27,6 +27,7 @@ struct Options {
   bool info = false;
   std::string offlineDir;
   std::string contactSheet;
+  std::string audio, waveform;
   bool live = false;
   double from = 0.0, to = 0.0, fps = 25.0;
   double seconds = -1.0;  // below 0: to the project's end
@@ -49,8 +50,13 @@ int usage(FILE* out) {
                "  --to SECONDS       last offline frame time (default 0: one frame)\n"
                "  --fps N            frames per second offline (default 25)\n"
                "  --contact-sheet F  offline, also write F: one PNG of twelve frames spread\n"
-               "                     over the run, in a grid\n"
-               "  --live             live mode: play in a window in real time from --from until\n"
+               "                     over the run, in a grid, and under it the soundtrack's\n"
+               "                     outline with the frames' times marked\n"
+               "  --audio FILE       offline, also write FILE: the soundtrack of the frames'\n"
+               "                     span as 44.1 kHz stereo WAV, to the sample\n"
+               "  --waveform FILE    offline, also write FILE: the soundtrack's outline as PNG\n"
+               "  --live             live mode: play in a window from --from, timed by the\n"
+               "                     soundtrack as it plays (or the clock without one), until\n"
                "                     the window is closed, Escape is pressed, or --seconds\n"
                "                     have passed\n"
                "  --seconds N        how long --live plays (default: to the project's end, or\n"
@@ -90,6 +96,10 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       options.offlineDir = text;
     } else if (arg == "--contact-sheet" && value(text)) {
       options.contactSheet = text;
+    } else if (arg == "--audio" && value(text)) {
+      options.audio = text;
+    } else if (arg == "--waveform" && value(text)) {
+      options.waveform = text;
     } else if ((arg == "--from" || arg == "--to" || arg == "--fps" || arg == "--seconds") && value(text)) {
       double number;
       if (!parseNumber(text, number)) {
@@ -179,7 +189,8 @@ int main(int argc, char** argv) {
   if (!options.offlineDir.empty()) {
     Stage stage(*driver, module.handle(), options.width, options.height, false);
     if (!stage.build(project, library, error)) return fail(error);
-    const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps, options.contactSheet});
+    const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps,
+                                                 options.contactSheet, options.audio, options.waveform});
     if (status != 0) return status;
   }
   if (options.live) {

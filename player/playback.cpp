@@ -1,11 +1,13 @@
 #include "player/playback.h"
 
 #include <cstdio>
+#include <memory>
 
 #include "player/contact_sheet.h"
 #include "player/host/frame_capture.h"
 #include "player/host/device_tap.h"
 #include "player/progress.h"
+#include "player/soundtrack.h"
 
 namespace {
 
@@ -48,6 +50,42 @@ class EffectSwitch : public host::ItemVisitor {
   bool open;
 };
 
+constexpr int kWaveformWidth = 1200, kWaveformHeight = 200;
+
+// The soundtrack's files that the options ask for, and its strip on the sheet. 0, or 1 with a message.
+int writeSoundtrack(Stage& stage, const OfflineOptions& options, long count, ContactSheet& sheet) {
+  const std::string& track = stage.project().soundtrackPath();
+  const bool anyAsked = !options.audio.empty() || !options.waveform.empty();
+  if (track.empty()) {
+    if (anyAsked) std::fprintf(stderr, "tsplay: --audio and --waveform need a project with a soundtrack\n");
+    return anyAsked ? 1 : 0;
+  }
+  std::string error;
+  if (!options.audio.empty() && !soundtrack::writeSpan(track, options.from, count, options.fps, options.audio, error)) {
+    std::fprintf(stderr, "tsplay: %s\n", error.c_str());
+    return 1;
+  }
+  if (options.waveform.empty() && options.contactSheet.empty()) return 0;
+  soundtrack::Session session(stage.soundPlayer());
+  if (!session.started) return 1;  // the driver has said why
+  soundtrack::Outline outline;
+  const double span = static_cast<double>(count) / options.fps;
+  if (!options.contactSheet.empty()) {
+    if (!soundtrack::outline(session.player, track, span, sheet.width(), outline, error)) {
+      std::fprintf(stderr, "tsplay: %s\n", error.c_str());
+      return 1;
+    }
+    sheet.addSoundtrack(outline, options.from, options.fps);
+  }
+  if (!options.waveform.empty() &&
+      (!soundtrack::outline(session.player, track, 0.0, kWaveformWidth, outline, error) ||
+       !soundtrack::writePicture(outline, kWaveformWidth, kWaveformHeight, options.waveform))) {
+    std::fprintf(stderr, "tsplay: cannot write the waveform '%s' %s\n", options.waveform.c_str(), error.c_str());
+    return 1;
+  }
+  return 0;
+}
+
 std::string framePath(const std::string& folder, long index) {
   char name[32];
   std::snprintf(name, sizeof name, "frame_%05ld.png", index);
@@ -57,7 +95,10 @@ std::string framePath(const std::string& folder, long index) {
 }  // namespace
 
 Stage::Stage(host::DriverKMT& driver, HMODULE driverModule, unsigned int width, unsigned int height, bool visible)
-    : handle(createWindow(width, height, visible)), window(driver.renderWindow()), hostProject(driver) {
+    : handle(createWindow(width, height, visible)),
+      window(driver.renderWindow()),
+      player(driver.soundPlayer()),
+      hostProject(driver) {
   window->open(handle, driverModule, width, height, 32, true, 0);
 }
 
@@ -115,6 +156,7 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
   const double seconds = static_cast<double>(ended.QuadPart - started.QuadPart) / static_cast<double>(frequency.QuadPart);
   std::printf("%ld frames written to %s in %.2f s (%.1f frames a second)\n", count, options.folder.c_str(), seconds,
               seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0);
+  if (const int status = writeSoundtrack(stage, options, count, sheet)) return status;
   if (!options.contactSheet.empty()) {
     if (!sheet.write(options.contactSheet)) {
       std::fprintf(stderr, "tsplay: cannot write the contact sheet '%s'\n", options.contactSheet.c_str());
@@ -127,6 +169,15 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
 
 int playLive(Stage& stage, double from, double seconds) {
   host::RenderWindow* window = stage.renderWindow();
+  const std::string& track = stage.project().soundtrackPath();
+  std::unique_ptr<soundtrack::Session> sound;
+  if (!track.empty()) {
+    sound = std::make_unique<soundtrack::Session>(stage.soundPlayer());
+    if (!sound->started) return 1;  // the driver has said why
+    sound->player.openSoundtrack(track);
+    sound->player.seekSoundtrack(static_cast<float>(from));
+    sound->player.playSoundtrack();
+  }
   const DWORD start = GetTickCount();
   const DWORD limit = static_cast<DWORD>(seconds * 1000.0);
   MSG message;
@@ -139,9 +190,12 @@ int playLive(Stage& stage, double from, double seconds) {
     }
     const DWORD elapsed = GetTickCount() - start;
     if (elapsed >= limit) break;
-    stage.project().drawFrame(static_cast<float>(from + elapsed / 1000.0));
+    // The soundtrack is the clock while there is one: the pictures follow what is heard.
+    const float time = sound ? sound->player.soundtrackTime() : static_cast<float>(from + elapsed / 1000.0);
+    stage.project().drawFrame(time);
     window->present();
     Sleep(1);
   }
+  if (sound) sound->player.stopSoundtrack();
   return 0;
 }

@@ -23,12 +23,14 @@ class Stage {
 
   host::HostProject& project() { return hostProject; }
   host::RenderWindow* renderWindow() const { return window; }
+  host::SoundPlayerFMOD& soundPlayer() const { return *player; }
 
  private:
   void setEffectsOpen(bool open);
 
   HWND handle = nullptr;
   host::RenderWindow* window = nullptr;
+  host::SoundPlayerFMOD* player = nullptr;
   host::HostProject hostProject;
   bool built = false;
 };
@@ -36,7 +38,9 @@ class Stage {
 struct OfflineOptions {
   std::string folder;
   double from = 0.0, to = 0.0, fps = 25.0;
-  std::string contactSheet;  // empty: none
+  std::string contactSheet;  // empty: none; with a soundtrack, its outline under the frames
+  std::string audio;         // empty: none; else the soundtrack of the frames' span, as WAV
+  std::string waveform;      // empty: none; else the soundtrack's whole outline, as PNG
 };
 
 // Frames `from` to `to` at `fps` into folder/frame_NNNNN.png, with a progress bar
@@ -45,6 +49,7 @@ struct OfflineOptions {
 // message.
 int renderOffline(Stage& stage, const OfflineOptions& options);
 
-// Frames in the window at the pace of the clock from `from` on, for `seconds` or
+// Frames in the window from `from` on, timed by the soundtrack as it plays, or by the clock
+// without one, for `seconds` or
 // until the window is closed or Escape is pressed.
 int playLive(Stage& stage, double from, double seconds);

@@ -7,7 +7,7 @@
 // it all, and colour fades at both ends. Everything is made here in code: the scenes through the scene builder, the images
 // pixel by pixel.
 //
-// usage: make_default_project FOLDER   (writes default.ts2, lens.ts2, title.png, grade.png,
+// usage: make_default_project FOLDER   (writes default.ts2, lens.ts2, title.png, grade.png, tune.wav,
 // default.xml, and scene_only.xml, the first scene alone, which ./bench plays beside the
 // whole project)
 #include <cmath>
@@ -19,6 +19,7 @@
 #include "platform/png_write.h"
 #include "platform/whole_file.h"
 #include "scenebuild/scene_builder.h"
+#include "sound/wav_writer.h"
 
 namespace {
 
@@ -299,11 +300,41 @@ const char* const kOverLayers = R"(  <layer>
   </layer>
 )";
 
+// The soundtrack: sixteen seconds of a tune at two beats a second, a plucked melody over a bass
+// note each bar, synthesized as 44.1 kHz stereo.
+bool writeTune(const std::string& path) {
+  constexpr int kRate = 44100, kBeats = 32;
+  constexpr float kBeat = 0.5f, kLength = kBeats * kBeat;
+  // Semitones above A 220 Hz, one per beat, on a pentatonic scale; -1 rests.
+  constexpr int kMelody[16] = {3, 7, 10, 15, 12, 10, 7, -1, 5, 8, 12, 17, 15, 12, 10, 7};
+  constexpr int kBass[4] = {-9, -4, -7, -2};  // one per bar of four beats
+  const auto tone = [](int semitones, float t, float decay) {
+    const float frequency = 220.0f * std::pow(2.0f, static_cast<float>(semitones) / 12.0f);
+    return std::sin(2.0f * kPi * frequency * t) * std::exp(-decay * t);
+  };
+  std::vector<int16_t> samples;
+  const auto frames = static_cast<int>(kLength * kRate);
+  for (int i = 0; i < frames; ++i) {
+    const float t = static_cast<float>(i) / kRate;
+    const int beat = static_cast<int>(t / kBeat);
+    const float inBeat = t - static_cast<float>(beat) * kBeat, inBar = t - static_cast<float>(beat / 4 * 4) * kBeat;
+    const int note = kMelody[beat % 16];
+    const float melody = note < 0 ? 0.0f : tone(note, inBeat, 6.0f);
+    const float bass = tone(kBass[beat / 4 % 4], inBar, 1.5f);
+    // A little of the melody leans left and the bass right; a fade at both ends.
+    const float fade = std::fmin(std::fmin(t / 0.5f, (kLength - t) / 1.5f), 1.0f);
+    samples.push_back(static_cast<int16_t>((0.30f * melody + 0.20f * bass) * fade * 32767.0f));
+    samples.push_back(static_cast<int16_t>((0.22f * melody + 0.28f * bass) * fade * 32767.0f));
+  }
+  return tssound::writeWav(path, samples, 2, kRate);
+}
+
 // The whole project, or its first scene alone.
 std::string projectText(bool whole) {
   std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<project>\n";
   text += "  <data name=\"scene\" path=\"default.ts2\"/>\n";
   if (whole) {
+    text += "  <soundtrack path=\"tune.wav\"/>\n";
     text += "  <data name=\"bloomed\" path=\"default.ts2\"/>\n  <data name=\"graded\" path=\"default.ts2\"/>\n";
     text += "  <data name=\"lens\" path=\"lens.ts2\"/>\n  <data name=\"grade\" path=\"grade.png\"/>\n";
     text += "  <data name=\"title\" path=\"title.png\"/>\n";
@@ -330,8 +361,9 @@ int main(int argc, char** argv) {
     std::fprintf(argc == 2 ? stdout : stderr,
                  "usage: make_default_project FOLDER\n"
                  "Writes the default project into FOLDER: default.ts2 and lens.ts2 (the scenes),\n"
-                 "title.png (the bitmap), grade.png (the colour grade's curves), default.xml (the\n"
-                 "project that plays them) and scene_only.xml (its first scene alone).\n");
+                 "title.png (the bitmap), grade.png (the colour grade's curves), tune.wav (the\n"
+                 "soundtrack), default.xml (the project that plays them) and scene_only.xml (its\n"
+                 "first scene alone).\n");
     return argc == 2 ? 0 : 2;
   }
   const std::string folder = argv[1];
@@ -352,6 +384,10 @@ int main(int argc, char** argv) {
       std::fprintf(stderr, "make_default_project: cannot write \"%s/%s\"\n", folder.c_str(), name);
       return 1;
     }
+  }
+  if (!writeTune(folder + "/tune.wav")) {
+    std::fprintf(stderr, "make_default_project: cannot write \"%s/tune.wav\"\n", folder.c_str());
+    return 1;
   }
   for (const auto& [name, whole] : {std::pair<const char*, bool>{"default.xml", true}, {"scene_only.xml", false}}) {
     if (!writeFile(folder + "/" + name, projectText(whole))) {

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "player/host/device_tap.h"
 #include "player/host/driver_interface.h"
@@ -18,6 +19,7 @@
 #include "scenebuild/scene_builder.h"
 #include "tests/gfxhelper/test_images.h"
 #include "tests/player/player_files.h"
+#include "tests/sound/test_sounds.h"
 
 namespace {
 
@@ -52,6 +54,8 @@ TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
   const std::string scenePath = folder + "\\empty.ts2";
   std::string error;
   ASSERT_TRUE(scenebuild::SceneBuilder().write(scenePath, 0, &error)) << error;
+  const tstest::Bytes tone = tstest::wavFile(tstest::makeTone(tstest::Wave::Sine440, 2, 44100, 44100 * 3), 2, 44100, 16, false);
+  const std::string songPath = player_files::write(folder, "song.wav", std::string(tone.begin(), tone.end()));
 
   host::DriverModule module;
   ASSERT_TRUE(module.load("tsDriver.dll", error)) << error;
@@ -66,6 +70,9 @@ TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
   host::HostControllerFactory factory;
   RecordingVisitor visitor;
   host::RenderWindow* screen = nullptr;
+  host::SoundPlayerFMOD* sound = nullptr;
+  std::vector<float> points;
+  const auto close = [](float value, float expected, float margin) { return value >= expected - margin && value <= expected + margin; };
   host::TimelineItem *effect = nullptr, *empty = nullptr;
   host::DataItem *image = nullptr, *scene = nullptr;
   bool active = false;
@@ -96,7 +103,45 @@ TEST(DriverInterface, EveryOperationAnswersAtItsPlaceInTheHostsTables) {
          screen->drawIdleFrame();
          return pixelAt(kWidth / 2, kHeight / 2) == kRed && pixelAt(kWidth / 2, 1) != kRed;
        }},
-      {"DriverKMT::soundPlayer", [&] { return static_cast<void*>(driver->soundPlayer()) != screen; }},
+      {"DriverKMT::soundPlayer, SoundPlayerFMOD::init",
+       [&] {
+         sound = driver->soundPlayer();
+         return static_cast<void*>(sound) != screen && sound->init();
+       }},
+      {"SoundPlayerFMOD::openSoundtrack, seekSoundtrack, soundtrackTime, position",
+       [&] {
+         sound->openSoundtrack(songPath);
+         sound->seekSoundtrack(1.5f);
+         return close(sound->soundtrackTime(), 1.5f, 1e-4f) && close(sound->position(), 1.5f, 1e-4f);
+       }},
+      {"SoundPlayerFMOD::playSoundtrack, stopSoundtrack",
+       [&] {
+         sound->playSoundtrack();
+         Sleep(300);
+         sound->stopSoundtrack();
+         const float stopped = sound->soundtrackTime();
+         Sleep(50);
+         return stopped > 1.6f && stopped < 1.85f && sound->soundtrackTime() == stopped;
+       }},
+      // The preview is a stream of its own: the soundtrack's time stays.
+      {"SoundPlayerFMOD::openPreview, playPreview, stopPreview",
+       [&] {
+         const float before = sound->soundtrackTime();
+         sound->openPreview(songPath);
+         sound->playPreview();
+         sound->stopPreview();
+         return sound->soundtrackTime() == before;
+       }},
+      {"SoundPlayerFMOD::extractWaveform",
+       [&] {
+         sound->extractWaveform(points, songPath, 100.0f);
+         return points.size() == 150 && close(points[0], 0.5f, 0.01f) && close(points[1], -0.5f, 0.01f);
+       }},
+      {"SoundPlayerFMOD::shutdown",
+       [&] {
+         sound->shutdown();
+         return sound->soundtrackTime() == 0.0f;
+       }},
       // The factory reaches the effect: its controllers are ours.
       {"DriverKMT::setControllerFactory, createEffect(descriptor)",
        [&] {

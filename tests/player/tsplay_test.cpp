@@ -11,6 +11,7 @@
 #include "tests/gfxhelper/test_images.h"
 #include "tests/player/player_files.h"
 #include "tests/renderers/effect_sources.h"
+#include "tests/sound/test_sounds.h"
 
 namespace {
 
@@ -182,6 +183,41 @@ TEST(Tsplay, PlaysAnEffectFileBesideTheSceneAndAGradeFromTheModulesSource) {
     EXPECT_TRUE(tstest::pixelNear(corner, expected[p][1][0], expected[p][1][1], expected[p][1][2]))
         << projects[p][0] << std::hex << " " << corner;
   }
+}
+
+TEST(Tsplay, WritesTheSoundtrackOfTheRenderedSpanToTheSample) {
+  const std::string scratch = player_files::scratchFolder("tsplay_audio"), frames = scratch + "\\frames";
+  // Two seconds of stereo whose every frame tells its number.
+  constexpr int kRate = 44100, kRamp = 30000;
+  tstest::Samples ramp(2 * 2 * kRate);
+  for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<int16_t>(i / 2 % kRamp);
+  const tstest::Bytes song = tstest::wavFile(ramp, 2, kRate, 16, false);
+  player_files::write(scratch, "song.wav", std::string(song.begin(), song.end()));
+  const std::string project = player_files::write(scratch, "song.xml", R"(<project>
+  <soundtrack path="song.wav"/>
+  <layer><effect type="fx_simple_color" start="0" length="3"/></layer>
+</project>
+)");
+  const std::string audio = scratch + "\\span.wav";
+  std::string err;
+  ASSERT_EQ(runTsplay("\"" + project + "\" --offline \"" + frames + "\" --from 0.5 --to 2.5 --fps 10 --size 64x48 --audio \"" +
+                          audio + "\"",
+                      scratch, err),
+            0u)
+      << err;
+  // 21 frames of a tenth of a second: 2.1 s from 0.5 s, of which the song fills 1.5 s.
+  constexpr size_t kHeader = 44, kFrameBytes = 4, kSpan = 21 * kRate / 10, kHeard = 3 * kRate / 2;
+  const std::string wav = readFile(audio);
+  ASSERT_GE(wav.size(), kHeader);
+  EXPECT_NEAR(static_cast<double>(wav.size() - kHeader) / kFrameBytes, kSpan, 1.0);
+  const auto left = [&](size_t frame) {
+    const size_t at = kHeader + frame * kFrameBytes;
+    return at + 1 < wav.size() ? static_cast<int16_t>(static_cast<uint8_t>(wav[at]) | static_cast<uint8_t>(wav[at + 1]) << 8)
+                               : int16_t{-1};
+  };
+  EXPECT_EQ(left(0), kRate / 2) << "starts at 0.5 s";
+  EXPECT_EQ(left(kHeard - 1), (kRate / 2 + kHeard - 1) % kRamp) << "the song's last frame";
+  EXPECT_EQ(left(kHeard), 0) << "silence after it";
 }
 
 }  // namespace

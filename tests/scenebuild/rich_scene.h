@@ -21,7 +21,9 @@ struct RichScene {
 // omni light from +x and in front; an unlit quad textured red on its left half and green on its right,
 // whose texture slides along u over time; a cyan child box following its animated, turned parent;
 // a look-at node; two half-transparent quads drawn over the child box after the opaque meshes; a
-// mesh of composite geometry; a box beyond the far plane. Times 0 to 1.
+// mesh of composite geometry; a box beyond the far plane; ambient light and fog that change no
+// material's colour, a sky box as blue as the clear colour, a billboard above the sphere and a
+// cube texture from a DDS cube file that nothing draws. Times 0 to 1.
 void buildRichScene(scenebuild::SceneBuilder& builder);
 
 // Lit, but only the emissive colour shows: a flat colour whose alpha is the diffuse alpha.
@@ -30,5 +32,9 @@ scenebuild::MaterialSettings flat(const ts3d::color& colour, float alpha = 1.0f)
 
 // A 4 x 2 PNG: two red columns, then two green ones.
 std::vector<uint8_t> redGreenPng();
+
+// An edge x edge DDS cube file of A8R8G8B8 texels: `texels` holds the faces in the file's
+// order (+X, -X, +Y, -Y, +Z, -Z), each row by row from the top.
+std::vector<uint8_t> cubeDds(uint32_t edge, const std::vector<uint32_t>& texels);
 
 }  // namespace tstest

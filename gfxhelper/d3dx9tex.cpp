@@ -70,6 +70,7 @@ struct Device {
   D3DDEVICE_CREATION_PARAMETERS creation = {};
   D3DFORMAT adapterFormat = D3DFMT_X8R8G8B8;
   D3DCAPS9 caps = {};
+  D3DRESOURCETYPE resource = D3DRTYPE_TEXTURE;  // what formats are asked for
 
   HRESULT query(IDirect3DDevice9* target) {
     device = target;
@@ -85,7 +86,7 @@ struct Device {
   bool supports(D3DFORMAT format, DWORD usage) const {
     const DWORD checked = usage & (D3DUSAGE_RENDERTARGET | D3DUSAGE_DYNAMIC | D3DUSAGE_AUTOGENMIPMAP);
     return SUCCEEDED(
-        d3d->CheckDeviceFormat(creation.AdapterOrdinal, creation.DeviceType, adapterFormat, checked, D3DRTYPE_TEXTURE, format));
+        d3d->CheckDeviceFormat(creation.AdapterOrdinal, creation.DeviceType, adapterFormat, checked, resource, format));
   }
 };
 
@@ -407,6 +408,52 @@ HRESULT createEmpty(IDirect3DDevice9* device, UINT width, UINT height, UINT mipL
   return succeed();
 }
 
+// A cube map from a DDS cube file, in the managed pool with the full mip chain: every
+// stored level decoded, the levels the file lacks made from the one above by box filtering,
+// each written in the file's format when the device takes it and we can write it.
+HRESULT createCubeFromBytes(IDirect3DDevice9* device, const void* data, UINT size, IDirect3DCubeTexture9** texture) {
+  if (texture) *texture = nullptr;
+  if (!device || !data || size == 0 || !texture) return fail(D3DERR_INVALIDCALL, "a null device, data or result, or no bytes");
+  gfximage::dds::File file;
+  if (!gfximage::dds::hasMagic(data, size)) return fail(D3DXERR_INVALIDDATA, "not a DDS cube map");
+  const gfximage::Result parsed = gfximage::dds::parse(data, size, &file);
+  if (!parsed.ok()) return fail(parsed);
+  if (file.faces != 6) return fail(D3DXERR_INVALIDDATA, "DDS: a 2D image, not a cube map");
+
+  Device facts;
+  facts.resource = D3DRTYPE_CUBETEXTURE;
+  HRESULT hr = facts.query(device);
+  if (FAILED(hr)) return fail(hr, "the device cannot be asked for its abilities");
+  D3DFORMAT wanted = toD3D(file.format);
+  if (wanted == D3DFMT_R8G8B8) wanted = D3DFMT_X8R8G8B8;
+  const D3DFORMAT chosen = chooseFormat(facts, wanted, 0, true, file.width % 4 == 0);
+  if (chosen == D3DFMT_UNKNOWN) return fail(D3DERR_NOTAVAILABLE, "the device takes no format that the cube fits");
+  platform::ComPtr<IDirect3DCubeTexture9> cube;
+  hr = device->CreateCubeTexture(file.width, 0, 0, chosen, D3DPOOL_MANAGED, cube.out(), nullptr);
+  if (FAILED(hr)) return fail(hr, "the device cannot make the cube texture");
+
+  for (uint32_t face = 0; face < file.faces; ++face) {
+    Image previous;
+    for (UINT level = 0; level < cube->GetLevelCount(); ++level) {
+      Image image;
+      const gfximage::Result made = level < file.mipLevels
+                                        ? gfximage::dds::decodeSurface(data, size, file, face, level, &image)
+                                        : gfximage::nextMipLevel(previous, Filter::Box, &image);
+      if (!made.ok()) return fail(made);
+      const auto side = static_cast<D3DCUBEMAP_FACES>(face);
+      D3DLOCKED_RECT locked;
+      if (FAILED(hr = cube->LockRect(side, level, &locked, nullptr, 0))) return fail(hr, "a cube face cannot be locked");
+      const bool packed = gfximage::packSurface(fromD3D(chosen), image, static_cast<uint8_t*>(locked.pBits),
+                                                static_cast<size_t>(locked.Pitch));
+      cube->UnlockRect(side, level);
+      if (!packed) return fail(D3DERR_INVALIDCALL, "the cube's format cannot be written");
+      previous = std::move(image);
+    }
+  }
+  *texture = cube.release();
+  return succeed();
+}
+
 uint8_t unitToByte(float value) {
   if (!(value > 0.0f)) return 0;
   if (value >= 1.0f) return 255;
@@ -468,6 +515,40 @@ HRESULT WINAPI D3DXCreateTextureFromFileInMemory(LPDIRECT3DDEVICE9 device, LPCVO
 HRESULT WINAPI D3DXCreateTextureFromFileA(LPDIRECT3DDEVICE9 device, LPCSTR file, LPDIRECT3DTEXTURE9* texture) {
   return D3DXCreateTextureFromFileExA(device, file, D3DX_DEFAULT, D3DX_DEFAULT, D3DX_DEFAULT, 0, D3DFMT_UNKNOWN,
                                       D3DPOOL_MANAGED, D3DX_DEFAULT, D3DX_DEFAULT, 0, nullptr, nullptr, texture);
+}
+
+HRESULT WINAPI D3DXCreateCubeTexture(LPDIRECT3DDEVICE9 device, UINT edge, UINT mipLevels, DWORD usage,
+                                     D3DFORMAT format, D3DPOOL pool, LPDIRECT3DCUBETEXTURE9* texture) {
+  if (texture) *texture = nullptr;
+  if (!device || !texture) return fail(D3DERR_INVALIDCALL, "a null device or result");
+  Device facts;
+  facts.resource = D3DRTYPE_CUBETEXTURE;
+  HRESULT hr = facts.query(device);
+  if (FAILED(hr)) return fail(hr, "the device cannot be asked for its abilities");
+  const D3DFORMAT chosen = chooseFormat(facts, format == D3DFMT_UNKNOWN ? D3DFMT_A8R8G8B8 : format, usage, false, true);
+  if (chosen == D3DFMT_UNKNOWN) return fail(D3DERR_NOTAVAILABLE, "the device takes no such cube format");
+  const UINT full = gfximage::fullMipChain(edge == 0 ? 1 : edge, edge == 0 ? 1 : edge);
+  UINT levels = mipLevels == 0 || mipLevels == D3DX_DEFAULT || mipLevels > full ? full : mipLevels;
+  if (usage & D3DUSAGE_AUTOGENMIPMAP) levels = levels == 1 ? 1 : 0;
+  hr = device->CreateCubeTexture(edge == 0 ? 1 : edge, levels, usage, chosen, pool, texture, nullptr);
+  if (FAILED(hr)) {
+    *texture = nullptr;
+    return fail(hr, "the device cannot make the cube texture");
+  }
+  return succeed();
+}
+
+HRESULT WINAPI D3DXCreateCubeTextureFromFileInMemory(LPDIRECT3DDEVICE9 device, LPCVOID data, UINT size,
+                                                     LPDIRECT3DCUBETEXTURE9* texture) {
+  return createCubeFromBytes(device, data, size, texture);
+}
+
+HRESULT WINAPI D3DXCreateCubeTextureFromFileA(LPDIRECT3DDEVICE9 device, LPCSTR file, LPDIRECT3DCUBETEXTURE9* texture) {
+  if (texture) *texture = nullptr;
+  if (!device || !file || !texture) return fail(D3DERR_INVALIDCALL, "a null device, file name or result");
+  std::vector<uint8_t> bytes;
+  if (!readFile(file, &bytes)) return fail(D3DERR_NOTFOUND, std::string("cannot read \"") + file + "\"");
+  return createCubeFromBytes(device, bytes.data(), static_cast<UINT>(bytes.size()), texture);
 }
 
 HRESULT WINAPI D3DXFillTexture(LPDIRECT3DTEXTURE9 texture, LPD3DXFILL2D function, LPVOID data) {

@@ -3,8 +3,8 @@
 // Texture functions under the public D3DX 9 names, Windows only.
 //
 // Files: PNG, JPEG, BMP/DIB, TGA and DDS (DXT1 to DXT5 and uncompressed 2D images,
-// with their mip levels), told apart by their bytes. Images beyond 8192 x 8192 are
-// refused. DXT data is handed to the device as it is stored when the device takes
+// with their mip levels; cube maps for the cube functions), told apart by their
+// bytes. Images beyond 8192 x 8192 are refused. DXT data is handed to the device as it is stored when the device takes
 // the format and nothing asks for a change; otherwise images are decoded, colour
 // keyed, scaled with the filter, given their mip levels by the mip filter and
 // written in the texture's format (DXT1, DXT3 and DXT5 are compressed by our own
@@ -141,6 +141,16 @@ HRESULT WINAPI D3DXCreateTextureFromFileExA(LPDIRECT3DDEVICE9 device, LPCSTR fil
 HRESULT WINAPI D3DXCreateTextureFromFileInMemory(LPDIRECT3DDEVICE9 device, LPCVOID data, UINT size,
                                                  LPDIRECT3DTEXTURE9* texture);
 HRESULT WINAPI D3DXCreateTextureFromFileA(LPDIRECT3DDEVICE9 device, LPCSTR file, LPDIRECT3DTEXTURE9* texture);
+
+// An empty cube texture, as D3DXCreateTexture with one edge for width and height.
+HRESULT WINAPI D3DXCreateCubeTexture(LPDIRECT3DDEVICE9 device, UINT edge, UINT mipLevels, DWORD usage,
+                                     D3DFORMAT format, D3DPOOL pool, LPDIRECT3DCUBETEXTURE9* texture);
+// A cube texture from a DDS cube file holding all six faces, in the managed pool with the
+// full mip chain (the levels the file lacks box-filtered from the one above). Any other
+// file is D3DXERR_INVALIDDATA.
+HRESULT WINAPI D3DXCreateCubeTextureFromFileInMemory(LPDIRECT3DDEVICE9 device, LPCVOID data, UINT size,
+                                                     LPDIRECT3DCUBETEXTURE9* texture);
+HRESULT WINAPI D3DXCreateCubeTextureFromFileA(LPDIRECT3DDEVICE9 device, LPCSTR file, LPDIRECT3DCUBETEXTURE9* texture);
 
 // Calls `function` for every texel of every level and writes the colour it gives,
 // clamped to 0..1, in the texture's format.

@@ -1,11 +1,10 @@
 #include "materials/texture_bitmap_file.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "context/context.h"
 #include "gfxhelper/d3dx9tex.h"
-#include "io/trace.h"
+#include "materials/texture_file.h"
 
 namespace ts3d {
 
@@ -25,8 +24,7 @@ void TextureBitmapFile::createResources() {
     D3DXCreateTextureFromFileInMemory(device, fileData.data(), static_cast<UINT>(fileData.size()),
                                       deviceTexture.out());
   } else if (FAILED(D3DXCreateTextureFromFileA(device, fileName.c_str(), deviceTexture.out()))) {
-    const std::string line = "Filename : " + fileName + "\n";
-    OutputDebugStringA(line.c_str());
+    reportUnreadableImage(fileName);
   }
   if (deviceTexture && asNormalMap) convertToNormalMap(device);
 }
@@ -44,26 +42,7 @@ void TextureBitmapFile::convertToNormalMap(IDirect3DDevice9* device) {
 
 bool TextureBitmapFile::embed() {
   if (!fileData.empty()) return true;
-  std::FILE* file = std::fopen(fileName.c_str(), "rb");
-  if (!file) {
-    traceWarnIf(true, "texture \"%s\" not embeddable.", fileName.c_str());
-    return false;
-  }
-  bool read = false;
-  if (std::fseek(file, 0, SEEK_END) == 0) {
-    const long size = std::ftell(file);
-    if (size >= 0 && std::fseek(file, 0, SEEK_SET) == 0) {
-      fileData.resize(static_cast<size_t>(size));
-      read = std::fread(fileData.data(), 1, fileData.size(), file) == fileData.size();
-    }
-  }
-  std::fclose(file);
-  if (!read) {
-    // A file that can't be read whole is as good as none: keep the name, not a torso.
-    fileData.clear();
-    traceWarnIf(true, "texture \"%s\" not embeddable.", fileName.c_str());
-  }
-  return read;
+  return embedFile(fileName, fileData);
 }
 
 bool TextureBitmapFile::load(tsio::InStream& in) {

@@ -4,6 +4,7 @@
 
 #include "io/serializable.h"
 #include "scene/controller/animatable.h"
+#include "scene/value_types.h"
 
 namespace ts3d {
 
@@ -21,6 +22,10 @@ class Atmospheric : public Animatable, public tsio::Serializable {
   // flags and direct as in Context::clear.
   virtual void clear(Camera* /*camera*/, uint32_t /*flags*/, bool /*direct*/) {}
   ~Atmospheric() override = default;
+
+ protected:
+  // Clears in value and sets the Context's clear colour back. Needs a Context.
+  static void clearInColor(const color& value, uint32_t flags, bool direct);
 };
 
 }  // namespace ts3d

@@ -6,7 +6,7 @@
 #include "context/context.h"
 #include "geometry/geometry.h"
 #include "geometry/modifier_stack.h"
-#include "materials/material.h"
+#include "materials/material_passes.h"
 
 namespace ts3d {
 
@@ -27,17 +27,7 @@ void drawItems(Context& context, const std::vector<RenderItem*>& items) {
 
 // One material for all items of a group: as few material changes as the queue allows.
 void drawGroup(Context& context, Material* material, const std::vector<RenderItem*>& items) {
-  if (!material) {
-    context.resetMaterial();
-    drawItems(context, items);
-    return;
-  }
-  const uint32_t passes = material->beginPasses(0);
-  for (uint32_t pass = 0; pass < passes; ++pass) {
-    material->applyPass(pass);
-    drawItems(context, items);
-  }
-  material->endPasses();
+  drawWithMaterial(material, [&] { drawItems(context, items); });
 }
 
 }  // namespace

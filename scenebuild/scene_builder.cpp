@@ -3,6 +3,7 @@
 #include "geometry/geometry_composite.h"
 #include "io/persistence.h"
 #include "io/stream_memory.h"
+#include "materials/controller_slot.h"
 #include "platform/whole_file.h"
 #include "scene/controller_transformation.h"
 
@@ -69,6 +70,21 @@ ts3d::TextureBitmapFile* SceneBuilder::texture(const std::vector<uint8_t>& image
 
 ts3d::TextureBitmapFile* SceneBuilder::textureFile(const std::string& path) {
   auto* made = new ts3d::TextureBitmapFile(path, 0);
+  built->textures.push_back(made);
+  return made;
+}
+
+ts3d::TextureCubemapFile* SceneBuilder::cubeTexture(const std::vector<uint8_t>& cubeFile) {
+  auto* made = new ts3d::TextureCubemapFile;
+  made->fileData[ts3d::TextureCubemapFile::kCubeKey] = cubeFile;
+  built->textures.push_back(made);
+  return made;
+}
+
+ts3d::TextureCubemapFile* SceneBuilder::cubeTexture(const std::array<std::vector<uint8_t>, 6>& faceFiles) {
+  auto* made = new ts3d::TextureCubemapFile;
+  made->separated = true;
+  for (int32_t face = 0; face < 6; ++face) made->fileData[ts3d::TextureCubemapFile::kFirstFace + face] = faceFiles[face];
   built->textures.push_back(made);
   return made;
 }
@@ -227,6 +243,64 @@ ts3d::SceneRendererMirror* SceneBuilder::mirror(const std::vector<ts3d::Mesh*>& 
   auto* made = new ts3d::SceneRendererMirror;
   made->mirrors = meshes;
   built->renderers.push_back(made);
+  return made;
+}
+
+ts3d::AtmosphericAmbient* SceneBuilder::ambient(const color& colour) {
+  auto* made = new ts3d::AtmosphericAmbient;
+  ts3d::replaceController(*made, made->colorController, constant(colour));
+  built->atmospheres.push_back(made);
+  return made;
+}
+
+ts3d::AtmosphericFog* SceneBuilder::fog(const color& colour, float start, float end) {
+  auto* made = new ts3d::AtmosphericFog;
+  ts3d::replaceController(*made, made->colorController, constant(colour));
+  ts3d::replaceController(*made, made->startController, constant(start));
+  ts3d::replaceController(*made, made->endController, constant(end));
+  built->atmospheres.push_back(made);
+  return made;
+}
+
+ts3d::AtmosphericBackground* SceneBuilder::replaceBackground(int32_t clearFunction) {
+  delete built->background;
+  auto* made = new ts3d::AtmosphericBackground;
+  made->clearFunction = clearFunction;
+  built->background = made;
+  return made;
+}
+
+ts3d::AtmosphericBackground* SceneBuilder::background(const color& colour) {
+  ts3d::AtmosphericBackground* made = replaceBackground(ts3d::AtmosphericBackground::kClearColor);
+  ts3d::replaceController(*made, made->colorController, constant(colour));
+  return made;
+}
+
+ts3d::AtmosphericBackground* SceneBuilder::pictureBackground(ts3d::Texture* picture) {
+  ts3d::AtmosphericBackground* made = replaceBackground(ts3d::AtmosphericBackground::kClearPicture);
+  made->texture = picture;
+  return made;
+}
+
+ts3d::AtmosphericBackground* SceneBuilder::skyBox(ts3d::TextureCubemapFile* cube) {
+  ts3d::AtmosphericBackground* made = replaceBackground(ts3d::AtmosphericBackground::kClearSkyBox);
+  made->texture = cube;
+  made->cubemap = cube;
+  return made;
+}
+
+ts3d::AtmosphericBillboard* SceneBuilder::billboards(
+    ts3d::Material* material, std::initializer_list<std::pair<ts3d::HierarchyNode*, float>> placed) {
+  auto* made = new ts3d::AtmosphericBillboard;
+  made->billboard = new ts3d::particle::Billboard;
+  made->billboard->material = material;
+  for (const auto& [place, size] : placed) {
+    ts3d::BillboardElement& element = made->elements.emplace_back();
+    element.transformation = place;
+    ts3d::replaceController(element, element.sizeController, constant(size));
+  }
+  made->centers.resize(made->elements.size());
+  built->overlays.push_back(made);
   return made;
 }
 

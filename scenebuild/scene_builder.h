@@ -5,6 +5,7 @@
 // hold device objects.
 
 #include <cstdint>
+#include <array>
 #include <initializer_list>
 #include <string>
 #include <utility>
@@ -15,10 +16,15 @@
 #include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
+#include "materials/texture_cubemap_file.h"
 #include "materials/texture_stage.h"
 #include "renderers/scene_renderer_dof.h"
 #include "renderers/scene_renderer_shadow.h"
 #include "renderers/scene_renderer_mirror.h"
+#include "scene/atmospheric_ambient.h"
+#include "scene/atmospheric_background.h"
+#include "scene/atmospheric_billboard.h"
+#include "scene/atmospheric_fog.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -91,6 +97,11 @@ class SceneBuilder {
   ts3d::TextureBitmapFile* texture(const std::vector<uint8_t>& imageFile);
   // A texture that names a file, read when the device exists.
   ts3d::TextureBitmapFile* textureFile(const std::string& path);
+  // A cube texture holding a copy of a DDS cube file.
+  ts3d::TextureCubemapFile* cubeTexture(const std::vector<uint8_t>& cubeFile);
+  // A cube texture holding copies of six square image files, faces 1 to 6 (+Z, -Z, -X, +X,
+  // -Y, +Y as the sky box shows them), assembled into a cube when the device exists.
+  ts3d::TextureCubemapFile* cubeTexture(const std::array<std::vector<uint8_t>, 6>& faceFiles);
   ts3d::MaterialSimple* material(const MaterialSettings& settings);
   // A material that runs the effect file at path, read when the device exists; base (may be
   // null) prepares the fixed-function state under the effect.
@@ -124,6 +135,21 @@ class SceneBuilder {
   // Mirrors of those meshes (already made here), in a renderer appended to the renderers.
   ts3d::SceneRendererMirror* mirror(const std::vector<ts3d::Mesh*>& meshes);
 
+  // Ambient light while the meshes are drawn, appended to the atmospheres.
+  ts3d::AtmosphericAmbient* ambient(const ts3d::color& colour);
+  // Linear fog in colour, from nothing at start to full at end, both in the active camera's
+  // range taken as 0 to 1; appended to the atmospheres.
+  ts3d::AtmosphericFog* fog(const ts3d::color& colour, float start, float end);
+  // The scene's background, replacing the one it had: a colour, a picture over the viewport,
+  // or a sky box of the cube texture's six face images.
+  ts3d::AtmosphericBackground* background(const ts3d::color& colour);
+  ts3d::AtmosphericBackground* pictureBackground(ts3d::Texture* picture);
+  ts3d::AtmosphericBackground* skyBox(ts3d::TextureCubemapFile* cube);
+  // Quads facing the camera, one on each node with its side, in material (may be null); drawn
+  // after the meshes, as an overlay.
+  ts3d::AtmosphericBillboard* billboards(ts3d::Material* material,
+                                         std::initializer_list<std::pair<ts3d::HierarchyNode*, float>> placed);
+
   ts3d::SceneHierarchy* scene() { return built; }
   // Hands the scene over; the builder holds nothing afterwards.
   ts3d::SceneHierarchy* release();
@@ -135,6 +161,8 @@ class SceneBuilder {
   bool write(const std::string& path, int mode, std::string* error);
 
  private:
+  ts3d::AtmosphericBackground* replaceBackground(int32_t clearFunction);
+
   ts3d::SceneHierarchy* built;
 };
 

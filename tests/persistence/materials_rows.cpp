@@ -4,6 +4,7 @@
 #include "materials/material_fx.h"
 #include "materials/material_simple.h"
 #include "materials/texture_bitmap_file.h"
+#include "materials/texture_cubemap_file.h"
 #include "materials/texture_stage.h"
 #include "scene/controller/const.h"
 #include "tests/materials/state_samples.h"
@@ -105,6 +106,24 @@ const ChunkCase kMaterials[] = {
     chunkCase<TextureBitmapFile>(
         "TextureBitmapFileEmbedded", [] { return bitmapFile(true); },
         "4E4F4E45 | 54584246 0100 0000 0B000000 | 03000000 | 03000000 | 010203", 1, 1),
+    chunkCase<TextureCubemapFile>(
+        "CubeTextureByName",
+        [] {
+          auto* cube = new TextureCubemapFile;
+          cube->fileNames = {{0, "c.dds"}, {1, "1"}, {2, "2"}, {3, "3"}, {4, "4"}, {5, "5"}, {6, "6"}};
+          return cube;
+        },
+        "4E4F4E45 | 54584346 0100 0000 16000000 | 03000000 | 632E64647300 | 3100 3200 3300 3400 3500 3600", 1, 1),
+    chunkCase<TextureCubemapFile>(
+        "CubeTextureEmbedded",
+        [] {
+          auto* cube = new TextureCubemapFile;
+          for (int32_t key = 1; key <= 6; ++key) cube->fileData[key] = {static_cast<uint8_t>(key)};
+          return cube;
+        },
+        "4E4F4E45 | 54584346 0100 0000 22000000 | 06000000 | 01000000 01 | 01000000 02 | 01000000 03 |"
+        "01000000 04 | 01000000 05 | 01000000 06",
+        1, 1),
     chunkCase<MaterialFX>("MaterialFX", sampleEffect, "4E4F4E45 | 4D544658 0100 0000 09000000 | 612E667800 | 00000080",
                           0, kAnyVersion),
     chunkCase<MaterialComposite>(

@@ -5,6 +5,10 @@
 #include "renderers/scene_renderer_dof.h"
 #include "renderers/scene_renderer_shadow.h"
 #include "renderers/scene_renderer_mirror.h"
+#include "scene/atmospheric_ambient.h"
+#include "scene/atmospheric_background.h"
+#include "scene/atmospheric_billboard.h"
+#include "scene/atmospheric_fog.h"
 #include "scene/camera.h"
 #include "scene/controller/const.h"
 #include "scene/controller/linear.h"
@@ -203,6 +207,55 @@ const ChunkCase kSceneChunks[] = {
         "00000000 | 00000000 | 00000000 | 00000000 | 00000000 | 00000000 | 00000000 |"
         "01000000 | 53524D52 0100 0200 08000000 | 01000000 | 01000080",
         0, 2),
+    chunkCase<AtmosphericAmbient>(
+        "Ambient",
+        [] {
+          auto* ambient = new AtmosphericAmbient;
+          ambient->colorController = new Const<color>(color(0, 0, 1, 1));
+          return ambient;
+        },
+        "4E4F4E45 | 4154414D 0100 0000 1C000000 | 4343434F 0100 0100 10000000 00000000 00000000 0000803F 0000803F",
+        1, 1),
+    chunkCase<AtmosphericFog>(
+        "Fog",
+        [] {
+          auto* fog = new AtmosphericFog;
+          fog->clears = true;
+          fog->colorController = new Const<color>(color(1, 0, 0, 1));
+          fog->startController = new Const<float>(0.25f);
+          fog->endController = new Const<float>(0.75f);
+          return fog;
+        },
+        "4E4F4E45 | 41544647 0100 0000 3D000000 | 01 | 4343434F 0100 0100 10000000 0000803F 00000000 00000000 "
+        "0000803F | 4343464C 0100 0200 04000000 0000803E | 4343464C 0100 0300 04000000 0000403F",
+        1, 1),
+    // The picture and the sky box only point at their texture: the rich scene stores them.
+    chunkCase<AtmosphericBackground>(
+        "ColorBackground",
+        [] {
+          auto* background = new AtmosphericBackground;
+          background->clearFunction = AtmosphericBackground::kClearColor;
+          background->colorController = new Const<color>(color(0, 1, 0, 1));
+          return background;
+        },
+        "4E4F4E45 | 41544247 0100 0000 1D000000 | 01 | 4343434F 0100 0100 10000000 00000000 0000803F 00000000 "
+        "0000803F",
+        1, 1),
+    // Elements only point at their place, so alone in a file they have none.
+    chunkCase<AtmosphericBillboard>(
+        "Billboards",
+        [] {
+          auto* billboards = new AtmosphericBillboard;
+          billboards->billboard = new particle::Billboard;
+          billboards->elements.resize(2);
+          billboards->elements[0].sizeController = new Const<float>(2.0f);
+          return billboards;
+        },
+        "4E4F4E45 | 4154424C 0100 0000 30000000 | 46505242 0100 0100 04000000 00000000 | 02000000 |"
+        "00000000 4343464C 0100 0200 04000000 00000040 | 00000000 00000000",
+        1, 1),
+    chunkCase<particle::Billboard>("BillboardQuads", [] { return new particle::Billboard; },
+                                   "4E4F4E45 | 46505242 0100 0000 04000000 | 00000000", 1, 1),
     chunkCase<SceneRendererBlur>("Blur", [] { return new SceneRendererBlur; }, "4E4F4E45 | 5352424C 0100 0000 00000000",
                                  1, 1),
     chunkCase<SceneRendererChannels>("Channels", [] { return new SceneRendererChannels; },

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "geometry/geometry_composite.h"
+#include "gfxhelper/dds.h"
 #include "tests/gfxhelper/test_images.h"
 
 namespace tstest {
@@ -21,6 +22,14 @@ std::vector<uint8_t> redGreenPng() {
       rgb.insert(rgb.end(), {static_cast<uint8_t>(red ? 255 : 0), static_cast<uint8_t>(red ? 0 : 255), 0});
     }
   return encodePng(4, 2, 3, rgb.data());
+}
+
+std::vector<uint8_t> cubeDds(uint32_t edge, const std::vector<uint32_t>& texels) {
+  DdsHeader header = ddsMasks(edge, edge, 32, 0xff0000, 0xff00, 0xff, 0xff000000);
+  header.caps2 = gfximage::dds::kCaps2CubeMap | gfximage::dds::kCaps2AllFaces;
+  Bytes data;
+  for (uint32_t texel : texels) appendLe32(&data, texel);
+  return ddsFile(header, data);
 }
 
 MaterialSettings flat(const color& colour, float alpha) {
@@ -94,6 +103,15 @@ void buildRichScene(scenebuild::SceneBuilder& builder) {
 
   // Beyond the far plane: never queued, but it casts a shadow, further away still.
   builder.shadow(light, builder.mesh(builder.node(root, vect3(0, 0, -150)), scenebuild::box(1, 1, 1), cyan, false));
+
+  // Every material's ambient colour is black, and the fog begins at the far plane: neither
+  // changes a pixel. The sky box is the blue of the clear colour.
+  builder.ambient(color(0.5f, 0.5f, 0.5f, 1));
+  builder.fog(color(1, 1, 1, 1), -1.0f, 0.0f);
+  const std::vector<uint8_t> blue = encodePng(1, 1, 3, std::vector<uint8_t>{0, 0, 255}.data());
+  builder.skyBox(builder.cubeTexture({blue, blue, blue, blue, blue, blue}));
+  builder.cubeTexture(cubeDds(1, {0xffff0000, 0xff00ff00, 0xff0000ff, 0xffffff00, 0xff00ffff, 0xffff00ff}));
+  builder.billboards(nullptr, {{builder.node(root, vect3(0, 3.5f, 0)), 1.0f}});
 }
 
 }  // namespace tstest

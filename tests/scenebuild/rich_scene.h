@@ -22,7 +22,9 @@ struct RichScene {
 // whose texture slides along u over time; a cyan child box following its animated, turned parent;
 // a look-at node; two half-transparent quads drawn over the child box after the opaque meshes; a
 // mesh of composite geometry; one of composite geometry under a composite material; a mirror
-// renderer over a quad; a box beyond the far plane, whose stencil shadow falls out of sight.
+// renderer over a quad; a box beyond the far plane, whose stencil shadow falls out of sight;
+// ambient light and fog that change no material's colour, a sky box as blue as the clear colour,
+// a billboard above the sphere and a cube texture from a DDS cube file that nothing draws.
 // Times 0 to 1.
 void buildRichScene(scenebuild::SceneBuilder& builder);
 
@@ -32,5 +34,9 @@ scenebuild::MaterialSettings flat(const ts3d::color& colour, float alpha = 1.0f)
 
 // A 4 x 2 PNG: two red columns, then two green ones.
 std::vector<uint8_t> redGreenPng();
+
+// An edge x edge DDS cube file of A8R8G8B8 texels: `texels` holds the faces in the file's
+// order (+X, -X, +Y, -Y, +Z, -Z), each row by row from the top.
+std::vector<uint8_t> cubeDds(uint32_t edge, const std::vector<uint32_t>& texels);
 
 }  // namespace tstest

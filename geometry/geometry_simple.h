@@ -4,6 +4,7 @@
 #include <d3d9.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "geometry/geometry.h"
@@ -109,7 +110,25 @@ class GeometrySimple : public Geometry {
   static BoundingBox emptyBox();
 
  protected:
+  // The body of the chunk, for a class that stores it inside a chunk of its own.
+  void storeBody(tsio::OutStream& out);
   void conformToVertices();
+  // Makes both buffers for the vectors in the current vertexFormat and vertexStride and fills
+  // them: the faces as they are, the vertices by writeAll on the locked vertex buffer.
+  void createBuffers(bool dynamicVertexBuffer, const std::function<void(uint8_t*)>& writeAll);
+  // A new child of split holding the vertices at oldNumbers (their numbers here), no faces.
+  virtual GeometrySimple* splitChild(const std::vector<uint32_t>& oldNumbers) const;
+  void copyVertices(GeometrySimple& child, const std::vector<uint32_t>& oldNumbers) const;
+
+  // The entries of values at the given old vertex numbers, in order; a number beyond values
+  // (a vector shorter than the positions) gives a default entry.
+  template <class T>
+  static std::vector<T> gather(const std::vector<T>& values, const std::vector<uint32_t>& oldNumbers) {
+    std::vector<T> result;
+    result.reserve(oldNumbers.size());
+    for (uint32_t old : oldNumbers) result.push_back(old < values.size() ? values[old] : T());
+    return result;
+  }
 
   // What the current buffers were made for. updateBuffers and draw follow it rather than
   // the vectors, which may have changed since, so no write or draw leaves the buffers.

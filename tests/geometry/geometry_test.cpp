@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "geometry/geometry_composite.h"
+#include "geometry/geometry_weighted.h"
+#include "geometry/modifier_skin.h"
 #include "geometry/modifier_stack.h"
 #include "io/chunk_registry.h"
 #include "tests/context/context_fixture.h"
@@ -24,7 +26,8 @@ using tstest::face;
 
 // First in this program, so no file has been read yet.
 TEST(GeometryRegistry, EveryCodeIsKnownBeforeAnyFileIsRead) {
-  for (uint32_t code : {GeometrySimple::kCode, GeometryComposite::kCode, ts3d::ModifierStack::kCode})
+  for (uint32_t code : {GeometrySimple::kCode, GeometryComposite::kCode, ts3d::ModifierStack::kCode,
+                        ts3d::GeometryWeighted::kCode, ts3d::ModifierSkin::kCode})
     EXPECT_NE(tsio::findChunk(code), nullptr) << std::hex << code;
 }
 

@@ -21,7 +21,8 @@ struct RichScene {
 // omni light from +x and in front; an unlit quad textured red on its left half and green on its right,
 // whose texture slides along u over time; a cyan child box following its animated, turned parent;
 // a look-at node; two half-transparent quads drawn over the child box after the opaque meshes; a
-// mesh of composite geometry; a box beyond the far plane. Times 0 to 1.
+// mesh of composite geometry; a box beyond the far plane; a skinned arm whose forearm bends down
+// a quarter turn. Times 0 to 1.
 void buildRichScene(scenebuild::SceneBuilder& builder);
 
 // Lit, but only the emissive colour shows: a flat colour whose alpha is the diffuse alpha.

@@ -348,7 +348,7 @@ void GeometrySimple::createResources() {
   layout.normals = !normals.empty();
   layout.channels = static_cast<uint32_t>(textureChannels.size());
   layout.tangentSpace = hasTangentSpace;
-  createBuffers(dynamicVertices, [this](uint8_t* vertices) { writeVertices(vertices, 0xFFFF); });
+  createBuffers(dynamicVertices, [this](uint8_t* vertices) { writeVertices(vertices, kUpdateVertices); });
 }
 
 void GeometrySimple::createBuffers(bool dynamicVertexBuffer, const std::function<void(uint8_t*)>& writeAll) {
@@ -361,6 +361,7 @@ void GeometrySimple::createBuffers(bool dynamicVertexBuffer, const std::function
 
   layout.vertices = static_cast<uint32_t>(positions.size());
   layout.faces = static_cast<uint32_t>(faces.size());
+  layout.dynamicVertices = dynamicVertexBuffer;
   layout.dynamicIndices = dynamicIndices;
 
   vertexBuffer = context->createVertexBuffer(vertexFormat, vertexStride, layout.vertices, dynamicVertexBuffer);
@@ -378,11 +379,22 @@ void GeometrySimple::createBuffers(bool dynamicVertexBuffer, const std::function
   }
 }
 
+bool GeometrySimple::rewritesWholeVertex(uint32_t mask) const {
+  // A coordinate set beyond what a vertex format holds has no bit: no mask rewrites it.
+  if (layout.channels > kMaxCoordinateSets) return false;
+  uint32_t needed = kUpdatePositions | (layout.colors ? kUpdateColors : layout.normals ? kUpdateNormals : 0);
+  needed |= (kUpdateChannel0 << layout.channels) - kUpdateChannel0;
+  return (mask & needed) == needed;
+}
+
 void GeometrySimple::updateBuffers(uint32_t mask) {
-  if ((mask & 0xFFFF) && vertexBuffer) {
+  if ((mask & kUpdateVertices) && vertexBuffer) {
+    // Departs from the plain lock when nothing of the old contents is kept: under Wine a plain
+    // lock waits for the device thread, milliseconds a frame on a busy machine; discard doesn't.
+    const bool discard = layout.dynamicVertices && rewritesWholeVertex(mask);
     void* data = nullptr;
-    if (SUCCEEDED(vertexBuffer->Lock(0, 0, &data, 0)) && data) {
-      writeVertices(static_cast<uint8_t*>(data), mask & 0xFFFF);
+    if (SUCCEEDED(vertexBuffer->Lock(0, 0, &data, discard ? D3DLOCK_DISCARD : 0)) && data) {
+      writeVertices(static_cast<uint8_t*>(data), mask & kUpdateVertices);
       vertexBuffer->Unlock();
     }
     boxValid = false;

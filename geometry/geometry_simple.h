@@ -45,6 +45,7 @@ class GeometrySimple : public Geometry {
   static constexpr uint32_t kUpdateNormals = 0x2;
   static constexpr uint32_t kUpdateColors = 0x4;
   static constexpr uint32_t kUpdateChannel0 = 0x100;  // shifted left by the channel number
+  static constexpr uint32_t kUpdateVertices = 0xFFFF;  // every element of a vertex
   static constexpr uint32_t kUpdateIndices = 0x10000;
 
   // A vertex format holds at most eight coordinate sets; tangent space takes two of them.
@@ -78,7 +79,9 @@ class GeometrySimple : public Geometry {
   // Faces without an entry, or with one beyond groupCount, go nowhere. Positions, normals,
   // colours and texture channels are carried; tangent space, records and buffers are not.
   virtual GeometryComposite* split(const std::vector<uint32_t>& faceGroups, uint32_t groupCount);
-  // Copies the parts named by mask (kUpdate*) from the vectors to the device buffers.
+  // Copies the parts named by mask (kUpdate*) from the vectors to the device buffers. A
+  // dynamic vertex buffer whose every element is named is discarded rather than rewritten
+  // in place.
   virtual void updateBuffers(uint32_t mask);
 
   // Fills weldedFaces: faces with every vertex renumbered to the first vertex of bitwise
@@ -139,6 +142,7 @@ class GeometrySimple : public Geometry {
     bool normals = false;
     uint32_t channels = 0;
     bool tangentSpace = false;
+    bool dynamicVertices = false;
     bool dynamicIndices = false;
   };
 
@@ -146,6 +150,8 @@ class GeometrySimple : public Geometry {
   // Writes the elements named by mask into a locked vertex buffer of the current layout;
   // elements not named keep their bytes. Tangent and binormal are always written.
   void writeVertices(uint8_t* destination, uint32_t mask) const;
+  // True when writeVertices with mask leaves no byte of a vertex of the current layout as it was.
+  bool rewritesWholeVertex(uint32_t mask) const;
   void releaseBuffers();
 
   BufferLayout layout;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -77,19 +78,6 @@ uint32_t rawBits(float value) {
   uint32_t bits = 0;
   std::memcpy(&bits, &value, sizeof bits);
   return bits;
-}
-
-// The entries of values at the given old vertex numbers, in order; a number beyond values
-// (a vector shorter than the positions) gives a zero entry.
-template <class T>
-std::vector<T> gather(const std::vector<T>& values, const std::vector<uint32_t>& oldNumbers) {
-  std::vector<T> result;
-  result.reserve(oldNumbers.size());
-  for (uint32_t old : oldNumbers) {
-    const T* value = itemAt(values, old);
-    result.push_back(value ? *value : T());
-  }
-  return result;
 }
 
 }  // namespace
@@ -230,6 +218,11 @@ void GeometrySimple::conformToVertices() {
 }
 
 void GeometrySimple::store(tsio::OutStream& out) {
+  out.beginChunk(kCode, kVersion);
+  storeBody(out);
+}
+
+void GeometrySimple::storeBody(tsio::OutStream& out) {
   uint32_t flags = 0;
   if (!positions.empty()) flags |= kFlagPositions;
   if (!normals.empty()) flags |= kFlagNormals;
@@ -243,7 +236,6 @@ void GeometrySimple::store(tsio::OutStream& out) {
   if (dynamicIndices) flags |= kFlagDynamicIndices;
   if (hasTangentSpace) flags |= kFlagTangentSpace;
 
-  out.beginChunk(kCode, kVersion);
   out.writeInt32(static_cast<int32_t>(flags));
   const size_t vertices = positions.size();
   if (flags & kFlagVertices) out.writeInt32(static_cast<int32_t>(vertices));
@@ -352,7 +344,14 @@ void GeometrySimple::createResources() {
   releaseBuffers();
   computeVertexFormat(&vertexFormat, &vertexStride);
   if (hasTangentSpace) computeTangentSpace();
+  layout.colors = !colors.empty();
+  layout.normals = !normals.empty();
+  layout.channels = static_cast<uint32_t>(textureChannels.size());
+  layout.tangentSpace = hasTangentSpace;
+  createBuffers(dynamicVertices, [this](uint8_t* vertices) { writeVertices(vertices, kUpdateVertices); });
+}
 
+void GeometrySimple::createBuffers(bool dynamicVertexBuffer, const std::function<void(uint8_t*)>& writeAll) {
   Context* context = Context::instance;
   if (!context) return;
   const uint64_t vertexBytes = static_cast<uint64_t>(positions.size()) * vertexStride;
@@ -362,18 +361,15 @@ void GeometrySimple::createResources() {
 
   layout.vertices = static_cast<uint32_t>(positions.size());
   layout.faces = static_cast<uint32_t>(faces.size());
-  layout.colors = !colors.empty();
-  layout.normals = !normals.empty();
-  layout.channels = static_cast<uint32_t>(textureChannels.size());
-  layout.tangentSpace = hasTangentSpace;
+  layout.dynamicVertices = dynamicVertexBuffer;
   layout.dynamicIndices = dynamicIndices;
 
-  vertexBuffer = context->createVertexBuffer(vertexFormat, vertexStride, layout.vertices, dynamicVertices);
+  vertexBuffer = context->createVertexBuffer(vertexFormat, vertexStride, layout.vertices, dynamicVertexBuffer);
   indexBuffer = context->createIndexBuffer(layout.faces * 3, dynamicIndices);
 
   void* data = nullptr;
   if (vertexBuffer && SUCCEEDED(vertexBuffer->Lock(0, 0, &data, 0)) && data) {
-    writeVertices(static_cast<uint8_t*>(data), 0xFFFF);
+    writeAll(static_cast<uint8_t*>(data));
     vertexBuffer->Unlock();
   }
   data = nullptr;
@@ -383,11 +379,22 @@ void GeometrySimple::createResources() {
   }
 }
 
+bool GeometrySimple::rewritesWholeVertex(uint32_t mask) const {
+  // A coordinate set beyond what a vertex format holds has no bit: no mask rewrites it.
+  if (layout.channels > kMaxCoordinateSets) return false;
+  uint32_t needed = kUpdatePositions | (layout.colors ? kUpdateColors : layout.normals ? kUpdateNormals : 0);
+  needed |= (kUpdateChannel0 << layout.channels) - kUpdateChannel0;
+  return (mask & needed) == needed;
+}
+
 void GeometrySimple::updateBuffers(uint32_t mask) {
-  if ((mask & 0xFFFF) && vertexBuffer) {
+  if ((mask & kUpdateVertices) && vertexBuffer) {
+    // Departs from the plain lock when nothing of the old contents is kept: under Wine a plain
+    // lock waits for the device thread, milliseconds a frame on a busy machine; discard doesn't.
+    const bool discard = layout.dynamicVertices && rewritesWholeVertex(mask);
     void* data = nullptr;
-    if (SUCCEEDED(vertexBuffer->Lock(0, 0, &data, 0)) && data) {
-      writeVertices(static_cast<uint8_t*>(data), mask & 0xFFFF);
+    if (SUCCEEDED(vertexBuffer->Lock(0, 0, &data, discard ? D3DLOCK_DISCARD : 0)) && data) {
+      writeVertices(static_cast<uint8_t*>(data), mask & kUpdateVertices);
       vertexBuffer->Unlock();
     }
     boxValid = false;
@@ -516,10 +523,9 @@ GeometryComposite* GeometrySimple::split(const std::vector<uint32_t>& faceGroups
   std::vector<uint32_t> map;
   std::vector<uint32_t> oldNumbers;  // the child's vertices, by their number here
   for (uint32_t g = 0; g < groupCount; ++g) {
-    GeometrySimple* child = new GeometrySimple(dynamicVertices, dynamicIndices);
-    children.push_back(child);
     map.assign(mapSize, kUnmapped);
     oldNumbers.clear();
+    std::vector<Face> childFaces;
     for (size_t i = 0; i < grouped; ++i) {
       if (faceGroups[i] != g) continue;
       Face renumbered;
@@ -531,17 +537,29 @@ GeometryComposite* GeometrySimple::split(const std::vector<uint32_t>& faceGroups
         }
         renumbered.vertex[corner] = static_cast<uint16_t>(map[old]);
       }
-      child->faces.push_back(renumbered);
+      childFaces.push_back(renumbered);
     }
-    if (!positions.empty()) child->positions = gather(positions, oldNumbers);
-    if (!normals.empty()) child->normals = gather(normals, oldNumbers);
-    if (!colors.empty()) child->colors = gather(colors, oldNumbers);
-    child->textureChannels.resize(textureChannels.size());
-    for (size_t c = 0; c < textureChannels.size(); ++c)
-      if (!textureChannels[c].coordinates.empty())
-        child->textureChannels[c].coordinates = gather(textureChannels[c].coordinates, oldNumbers);
+    GeometrySimple* child = splitChild(oldNumbers);
+    child->faces = std::move(childFaces);
+    children.push_back(child);
   }
   return new GeometryComposite(std::move(children));
+}
+
+GeometrySimple* GeometrySimple::splitChild(const std::vector<uint32_t>& oldNumbers) const {
+  auto* child = new GeometrySimple(dynamicVertices, dynamicIndices);
+  copyVertices(*child, oldNumbers);
+  return child;
+}
+
+void GeometrySimple::copyVertices(GeometrySimple& child, const std::vector<uint32_t>& oldNumbers) const {
+  if (!positions.empty()) child.positions = gather(positions, oldNumbers);
+  if (!normals.empty()) child.normals = gather(normals, oldNumbers);
+  if (!colors.empty()) child.colors = gather(colors, oldNumbers);
+  child.textureChannels.resize(textureChannels.size());
+  for (size_t c = 0; c < textureChannels.size(); ++c)
+    if (!textureChannels[c].coordinates.empty())
+      child.textureChannels[c].coordinates = gather(textureChannels[c].coordinates, oldNumbers);
 }
 
 void GeometrySimple::weldPositions() {

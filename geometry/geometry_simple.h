@@ -4,6 +4,7 @@
 #include <d3d9.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "geometry/geometry.h"
@@ -44,6 +45,7 @@ class GeometrySimple : public Geometry {
   static constexpr uint32_t kUpdateNormals = 0x2;
   static constexpr uint32_t kUpdateColors = 0x4;
   static constexpr uint32_t kUpdateChannel0 = 0x100;  // shifted left by the channel number
+  static constexpr uint32_t kUpdateVertices = 0xFFFF;  // every element of a vertex
   static constexpr uint32_t kUpdateIndices = 0x10000;
 
   // A vertex format holds at most eight coordinate sets; tangent space takes two of them.
@@ -77,7 +79,9 @@ class GeometrySimple : public Geometry {
   // Faces without an entry, or with one beyond groupCount, go nowhere. Positions, normals,
   // colours and texture channels are carried; tangent space, records and buffers are not.
   virtual GeometryComposite* split(const std::vector<uint32_t>& faceGroups, uint32_t groupCount);
-  // Copies the parts named by mask (kUpdate*) from the vectors to the device buffers.
+  // Copies the parts named by mask (kUpdate*) from the vectors to the device buffers. A
+  // dynamic vertex buffer whose every element is named is discarded rather than rewritten
+  // in place.
   virtual void updateBuffers(uint32_t mask);
 
   // Fills weldedFaces: faces with every vertex renumbered to the first vertex of bitwise
@@ -109,7 +113,25 @@ class GeometrySimple : public Geometry {
   static BoundingBox emptyBox();
 
  protected:
+  // The body of the chunk, for a class that stores it inside a chunk of its own.
+  void storeBody(tsio::OutStream& out);
   void conformToVertices();
+  // Makes both buffers for the vectors in the current vertexFormat and vertexStride and fills
+  // them: the faces as they are, the vertices by writeAll on the locked vertex buffer.
+  void createBuffers(bool dynamicVertexBuffer, const std::function<void(uint8_t*)>& writeAll);
+  // A new child of split holding the vertices at oldNumbers (their numbers here), no faces.
+  virtual GeometrySimple* splitChild(const std::vector<uint32_t>& oldNumbers) const;
+  void copyVertices(GeometrySimple& child, const std::vector<uint32_t>& oldNumbers) const;
+
+  // The entries of values at the given old vertex numbers, in order; a number beyond values
+  // (a vector shorter than the positions) gives a default entry.
+  template <class T>
+  static std::vector<T> gather(const std::vector<T>& values, const std::vector<uint32_t>& oldNumbers) {
+    std::vector<T> result;
+    result.reserve(oldNumbers.size());
+    for (uint32_t old : oldNumbers) result.push_back(old < values.size() ? values[old] : T());
+    return result;
+  }
 
   // What the current buffers were made for. updateBuffers and draw follow it rather than
   // the vectors, which may have changed since, so no write or draw leaves the buffers.
@@ -120,6 +142,7 @@ class GeometrySimple : public Geometry {
     bool normals = false;
     uint32_t channels = 0;
     bool tangentSpace = false;
+    bool dynamicVertices = false;
     bool dynamicIndices = false;
   };
 
@@ -127,6 +150,8 @@ class GeometrySimple : public Geometry {
   // Writes the elements named by mask into a locked vertex buffer of the current layout;
   // elements not named keep their bytes. Tangent and binormal are always written.
   void writeVertices(uint8_t* destination, uint32_t mask) const;
+  // True when writeVertices with mask leaves no byte of a vertex of the current layout as it was.
+  bool rewritesWholeVertex(uint32_t mask) const;
   void releaseBuffers();
 
   BufferLayout layout;

@@ -21,9 +21,8 @@ bool ModifierStack::load(tsio::InStream& in) {
   for (uint32_t i = 0; i < count; ++i) {
     // Adopted entries go into the list at once, so the destructor releases them even when
     // a later entry fails the read.
-    Modifier* modifier = tsio::readOwned<Modifier>(in);
+    modifiers.push_back(tsio::readOwned<Modifier>(in));
     if (!in.isGood()) return false;
-    modifiers.push_back(modifier);
   }
   return true;
 }

@@ -1,5 +1,7 @@
 #include "geometry/geometry_composite.h"
 #include "geometry/geometry_simple.h"
+#include "geometry/geometry_weighted.h"
+#include "geometry/modifier_skin.h"
 #include "geometry/modifier_stack.h"
 #include "io/chunk_registry.h"
 
@@ -10,6 +12,8 @@ namespace {
 tsio::ChunkRegistrer<GeometrySimple> simple(GeometrySimple::kCode);
 tsio::ChunkRegistrer<GeometryComposite> composite(GeometryComposite::kCode);
 tsio::ChunkRegistrer<ModifierStack> stack(ModifierStack::kCode);
+tsio::ChunkRegistrer<GeometryWeighted> weighted(GeometryWeighted::kCode);
+tsio::ChunkRegistrer<ModifierSkin> skin(ModifierSkin::kCode);
 
 }  // namespace
 }  // namespace ts3d

@@ -14,8 +14,9 @@ using ts3d::quat;
 using ts3d::vect3;
 using ts3d::controller::ControllerBase;
 
-ts3d::GeometrySimple* makeGeometry(const Shape& shape, bool textureCoordinates) {
-  auto* geometry = new ts3d::GeometrySimple;
+namespace {
+
+void fill(ts3d::GeometrySimple* geometry, const Shape& shape, bool textureCoordinates) {
   geometry->positions = shape.positions;
   geometry->normals = shape.normals;
   if (textureCoordinates) {
@@ -24,6 +25,13 @@ ts3d::GeometrySimple* makeGeometry(const Shape& shape, bool textureCoordinates) 
     geometry->textureChannels.push_back(std::move(channel));
   }
   for (const ShapeFace& face : shape.faces) geometry->faces.push_back({{face.vertex[0], face.vertex[1], face.vertex[2]}});
+}
+
+}  // namespace
+
+ts3d::GeometrySimple* makeGeometry(const Shape& shape, bool textureCoordinates) {
+  auto* geometry = new ts3d::GeometrySimple;
+  fill(geometry, shape, textureCoordinates);
   return geometry;
 }
 
@@ -170,6 +178,29 @@ ts3d::MeshSimple* SceneBuilder::compositeMesh(ts3d::HierarchyNode* node, const s
   made->setGeometryAndGroups(geometry, ids);
   made->setMaterial(material);
   made->transformation = node;
+  built->meshes.push_back(made);
+  return made;
+}
+
+ts3d::MeshSimple* SceneBuilder::skinnedMesh(const Shape& shape, ts3d::Material* material,
+                                            const std::vector<ts3d::HierarchyNode*>& bones,
+                                            const std::vector<ts3d::matrix>& bindPose,
+                                            std::vector<ts3d::VertexWeight> weights) {
+  auto* geometry = new ts3d::GeometryWeighted;
+  fill(geometry, shape, true);
+  geometry->vertexWeights = std::move(weights);
+  auto* skin = new ts3d::ModifierSkin;
+  skin->bones = bones;
+  for (const ts3d::matrix& pose : bindPose) {
+    ts3d::matrix offset;
+    D3DXMatrixIdentity(&offset);  // kept for a pose without an inverse
+    D3DXMatrixInverse(&offset, nullptr, &pose);
+    skin->boneOffsets.push_back(offset);
+  }
+  auto* made = new ts3d::MeshSimple;
+  made->setGeometry(geometry);
+  made->setMaterial(material);
+  made->addModifier(skin);
   built->meshes.push_back(made);
   return made;
 }

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "geometry/geometry_simple.h"
+#include "geometry/geometry_weighted.h"
+#include "geometry/modifier_skin.h"
 #include "materials/material_composite.h"
 #include "materials/material_fx.h"
 #include "materials/material_simple.h"
@@ -118,6 +120,13 @@ class SceneBuilder {
   // drawn with the sub-material of its id, under another material all with that one.
   ts3d::MeshSimple* compositeMesh(ts3d::HierarchyNode* node, const std::vector<CompositePart>& parts,
                                   ts3d::Material* material, bool textureCoordinates = true);
+  // A mesh that follows bones (nodes of this scene) through a skin: vertex i of shape goes
+  // with weights[i] (bone numbers index bones), and bindPose holds each bone's matrix in the
+  // shape's own space in the pose the shape is modelled in. The mesh has no place of its own:
+  // its bones put it in the world.
+  ts3d::MeshSimple* skinnedMesh(const Shape& shape, ts3d::Material* material,
+                                const std::vector<ts3d::HierarchyNode*>& bones,
+                                const std::vector<ts3d::matrix>& bindPose, std::vector<ts3d::VertexWeight> weights);
   // The first camera made becomes the active one. Vertical field of view in radians.
   ts3d::CameraSimple* camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane = 0.5f,
                              float farPlane = 1000.0f);

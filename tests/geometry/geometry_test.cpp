@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "geometry/geometry_composite.h"
+#include "geometry/geometry_weighted.h"
+#include "geometry/modifier_skin.h"
 #include "geometry/modifier_stack.h"
 #include "io/chunk_registry.h"
 #include "tests/context/context_fixture.h"
@@ -24,7 +26,8 @@ using tstest::face;
 
 // First in this program, so no file has been read yet.
 TEST(GeometryRegistry, EveryCodeIsKnownBeforeAnyFileIsRead) {
-  for (uint32_t code : {GeometrySimple::kCode, GeometryComposite::kCode, ts3d::ModifierStack::kCode})
+  for (uint32_t code : {GeometrySimple::kCode, GeometryComposite::kCode, ts3d::ModifierStack::kCode,
+                        ts3d::GeometryWeighted::kCode, ts3d::ModifierSkin::kCode})
     EXPECT_NE(tsio::findChunk(code), nullptr) << std::hex << code;
 }
 
@@ -204,6 +207,29 @@ TEST_F(GeometryDeviceTest, UpdatedPositionsMoveTheTriangleAndItsBufferKeepsTheCo
   drawFrame(*g);
   EXPECT_TRUE(tstest::pixelNear(rgbAt(540, 80), 255, 0, 0)) << std::hex << rgbAt(540, 80);
   EXPECT_TRUE(tstest::pixelNear(rgbAt(100, 400), 0, 0, 255)) << std::hex << rgbAt(100, 400);
+}
+
+TEST_F(GeometryDeviceTest, AVertexBufferIsDiscardedOnlyWhenDynamicAndRewrittenWhole) {
+  using G = GeometrySimple;
+  const struct { bool dynamic; uint32_t mask; DWORD flags; } cases[] = {
+      {true, G::kUpdateVertices, D3DLOCK_DISCARD},
+      {true, G::kUpdatePositions | G::kUpdateNormals | G::kUpdateChannel0, D3DLOCK_DISCARD},
+      {true, G::kUpdatePositions | G::kUpdateNormals, 0},  // the coordinates keep their bytes
+      {false, G::kUpdateVertices, 0},
+  };
+  for (const auto& c : cases) {
+    std::unique_ptr<GeometrySimple> g(triangle(false));
+    g->normals.assign(3, vect3(0, 0, -1));
+    g->textureChannels.resize(1);
+    g->textureChannels[0].coordinates.resize(3);
+    g->dynamicVertices = c.dynamic;
+    g->createResources();
+    proxy->clearLog();
+    g->updateBuffers(c.mask);
+    const std::vector<tstest::DeviceCall> locks = proxy->callsOf(tstest::DeviceCallKind::LockVertexBuffer);
+    ASSERT_EQ(locks.size(), 1u);
+    EXPECT_EQ(locks[0].args[2], c.flags) << "dynamic " << c.dynamic << ", mask " << c.mask;
+  }
 }
 
 TEST_F(GeometryDeviceTest, BuffersAreReleasedByTheDestructorAndReplacedByCreateResources) {

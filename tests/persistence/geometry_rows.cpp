@@ -1,5 +1,7 @@
 #include "geometry/geometry_composite.h"
 #include "geometry/geometry_simple.h"
+#include "geometry/geometry_weighted.h"
+#include "geometry/modifier_skin.h"
 #include "geometry/modifier_stack.h"
 #include "tests/persistence/contract.h"
 
@@ -57,6 +59,35 @@ const ChunkCase kGeometries[] = {
           return stack;
         },
         "4E4F4E45 | 4D4F5354 0100 0000 08000000 | 01000000 | 00000000", 1, 1),
+    // One position (flags 0x101), then one record: bones 1 2 3 4, weights 0.5 0.25 1.
+    chunkCase<ts3d::GeometryWeighted>(
+        "GeometryWeighted",
+        [] {
+          auto* g = new ts3d::GeometryWeighted;
+          g->positions = {ts3d::vect3(1, 2, 3)};
+          g->vertexWeights = {{{1, 2, 3, 4}, {0.5f, 0.25f, 1}}};
+          return g;
+        },
+        "4E4F4E45 | 474F5754 0100 0000 28000000 | 01010000 01000000 | 0000803F 00000040 00004040 |"
+        "01000000 | 01020304 0000003F 0000803E 0000803F",
+        0, kAnyVersion),
+    // A null bone keeps its place; its offset doubles and moves by (4, 5, 6), the reference
+    // moves by (1, 2, 3).
+    chunkCase<ts3d::ModifierSkin>(
+        "ModifierSkin",
+        [] {
+          auto* skin = new ts3d::ModifierSkin;
+          skin->bones = {nullptr};
+          skin->boneOffsets = {ts3d::matrix(2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 4, 5, 6, 1)};
+          D3DXMatrixTranslation(&skin->referenceMatrix, 1, 2, 3);
+          return skin;
+        },
+        "4E4F4E45 | 4D44534B 0100 0000 88000000 | 01000000 | 00000000 |"
+        "00000040 00000000 00000000 00000000 | 00000000 00000040 00000000 00000000 |"
+        "00000000 00000000 00000040 00000000 | 00008040 0000A040 0000C040 0000803F |"
+        "0000803F 00000000 00000000 00000000 | 00000000 0000803F 00000000 00000000 |"
+        "00000000 00000000 0000803F 00000000 | 0000803F 00000040 00004040 0000803F",
+        1, 1),
 };
 
 INSTANTIATE_TEST_SUITE_P(Geometries, ChunkContract, testing::ValuesIn(kGeometries), CaseName());

@@ -112,6 +112,24 @@ void buildRichScene(scenebuild::SceneBuilder& builder) {
   builder.skyBox(builder.cubeTexture({blue, blue, blue, blue, blue, blue}));
   builder.cubeTexture(cubeDds(1, {0xffff0000, 0xff00ff00, 0xff0000ff, 0xffffff00, 0xff00ffff, 0xffff00ff}));
   builder.billboards(nullptr, {{builder.node(root, vect3(0, 3.5f, 0)), 1.0f}});
+
+  // A magenta arm below the sphere, from the shoulder at (-1.5, -3.5) past the elbow at
+  // (0, -3.5) to the hand; the forearm turns a quarter down by time 1. Vertices left of the
+  // elbow follow the upper arm, those right of it the forearm (by the fourth bone's remaining
+  // weight), and those on it both by halves.
+  ts3d::HierarchyNode* shoulder = builder.node(root, vect3(-1.5f, -3.5f, 0));
+  ts3d::HierarchyNode* elbow = builder.node(
+      shoulder, constant(vect3(1.5f, 0, 0)),
+      keyed<ts3d::quat>({{0.0f, ts3d::quat(0, 0, 0, 1)}, {1.0f, ts3d::quat(0, 0, -half, half)}}));
+  const scenebuild::Shape arm = scenebuild::plane(3, 0.5f, 6, 1);
+  const ts3d::VertexWeight upper{{0, 0, 0, 0}, {1, 0, 0}}, fore{{0, 0, 0, 1}, {0, 0, 0}}, halves{{0, 1, 0, 0}, {0.5f, 0.5f, 0}};
+  std::vector<ts3d::VertexWeight> weights;
+  for (const vect3& p : arm.positions) weights.push_back(p.x < 0 ? upper : p.x > 0 ? fore : halves);
+  ts3d::matrix atShoulder, atElbow;
+  D3DXMatrixTranslation(&atShoulder, -1.5f, 0, 0);
+  D3DXMatrixIdentity(&atElbow);
+  builder.skinnedMesh(arm, builder.material(flat(color(1, 0, 1, 1))), {shoulder, elbow}, {atShoulder, atElbow},
+                      weights);
 }
 
 }  // namespace tstest

@@ -24,8 +24,8 @@ struct RichScene {
 // mesh of composite geometry; one of composite geometry under a composite material; a mirror
 // renderer over a quad; a box beyond the far plane, whose stencil shadow falls out of sight;
 // ambient light and fog that change no material's colour, a sky box as blue as the clear colour,
-// a billboard above the sphere and a cube texture from a DDS cube file that nothing draws.
-// Times 0 to 1.
+// a billboard above the sphere and a cube texture from a DDS cube file that nothing draws;
+// a skinned arm whose forearm bends down a quarter turn. Times 0 to 1.
 void buildRichScene(scenebuild::SceneBuilder& builder);
 
 // Lit, but only the emissive colour shows: a flat colour whose alpha is the diffuse alpha.

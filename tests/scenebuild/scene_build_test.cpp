@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -49,7 +50,7 @@ TEST_F(SceneBuildTest, AWrittenSceneReadsBackTheSameAndDrawsWhatWasBuilt) {
   ASSERT_NE(scene, nullptr);
   EXPECT_EQ(tstest::storeToBytes(scene, 0), plain);
   EXPECT_EQ(tstest::storeToBytes(fromPacked.get(), 0), plain);
-  EXPECT_EQ(scene->meshes.size(), 10u);
+  EXPECT_EQ(scene->meshes.size(), 11u);
   // Storing logs each chunk; nothing may warn or ask for a box.
   EXPECT_EQ(tracer.count('w') + tracer.count('b'), 0u);
 
@@ -83,12 +84,37 @@ TEST_F(SceneBuildTest, AWrittenSceneReadsBackTheSameAndDrawsWhatWasBuilt) {
   // The watcher at (-4, -3) aims its long box up at the quad; unturned, the box would point at
   // the camera and end well below this pixel.
   EXPECT_TRUE(tstest::pixelNear(seen(-4.2f, -2.05f), 0, 255, 255, 12)) << std::hex << seen(-4.2f, -2.05f);
+  // The skinned arm lies straight: its hand reaches x = 1.5.
+  EXPECT_TRUE(tstest::pixelNear(seen(1.2f, -3.5f), 255, 0, 255, 12)) << std::hex << seen(1.2f, -3.5f);
 
   // Half a time later the texture has slid a quarter along u, to the right: the pixel at
   // u = 0.6 now shows u = 0.35, red. The parent has carried the child box to x = 4.
   drawFrame(*scene, 0.5f);
   EXPECT_TRUE(tstest::pixelNear(seen(slid, 3), 255, 0, 0, 12)) << std::hex << seen(slid, 3);
   EXPECT_TRUE(tstest::pixelNear(seen(4, -2), 0, 255, 255, 12)) << std::hex << seen(4, -2);
+
+  // At time 1 the forearm has turned a quarter clockwise about the elbow at (0, -3.5): a point
+  // (x, y) of the arm's own space goes to (y, -x - 3.5) by the forearm, to (x, y - 3.5) by the
+  // upper arm, and to the mean of both on the elbow.
+  drawFrame(*scene, 1.0f);
+  EXPECT_TRUE(tstest::pixelNear(seen(0, -4.8f), 255, 0, 255, 12)) << std::hex << seen(0, -4.8f);
+  EXPECT_FALSE(tstest::pixelNear(seen(1.2f, -3.5f), 255, 0, 255, 60)) << std::hex << seen(1.2f, -3.5f);
+  auto* arm = static_cast<ts3d::MeshSimple*>(scene->meshes.back());
+  const auto& bind = static_cast<ts3d::GeometrySimple*>(arm->geometry())->positions;
+  const auto& posed = static_cast<ts3d::GeometrySimple*>(arm->currentGeometry())->positions;
+  const struct {
+    ts3d::vect3 bind, posed;
+  } kArm[] = {{{1.5f, 0.25f, 0}, {0.25f, -5, 0}},
+              {{1.5f, -0.25f, 0}, {-0.25f, -5, 0}},
+              {{0, 0.25f, 0}, {0.125f, -3.375f, 0}},
+              {{-1.5f, -0.25f, 0}, {-1.5f, -3.75f, 0}}};
+  for (const auto& vertex : kArm) {
+    const size_t i = static_cast<size_t>(std::find(bind.begin(), bind.end(), vertex.bind) - bind.begin());
+    ASSERT_LT(i, posed.size());
+    EXPECT_NEAR(posed[i].x, vertex.posed.x, 1e-5f) << i;
+    EXPECT_NEAR(posed[i].y, vertex.posed.y, 1e-5f) << i;
+    EXPECT_NEAR(posed[i].z, vertex.posed.z, 1e-5f) << i;
+  }
 }
 
 TEST_F(SceneBuildTest, WriteReplacesAFileWholeOrLeavesItAlone) {

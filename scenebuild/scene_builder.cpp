@@ -109,8 +109,8 @@ ts3d::MaterialSimple* SceneBuilder::material(const MaterialSettings& settings) {
   ts3d::RenderStateBlock& states = made->renderStates();
   states.lighting = settings.lighting;
   states.specularEnable = settings.power > 0.0f;
-  if (settings.alphaBlend) {
-    states.setBlendPreset(2);
+  if (settings.alphaBlend || settings.additive) {
+    states.setBlendPreset(settings.additive ? 1 : 2);
     states.alphaBlendEnable = true;
     states.depthMode = ts3d::DepthTestNoWrite;
   }
@@ -321,7 +321,7 @@ ts3d::AtmosphericBackground* SceneBuilder::skyBox(ts3d::TextureCubemapFile* cube
 }
 
 ts3d::AtmosphericBillboard* SceneBuilder::billboards(
-    ts3d::Material* material, std::initializer_list<std::pair<ts3d::HierarchyNode*, float>> placed) {
+    ts3d::Material* material, const std::vector<std::pair<ts3d::HierarchyNode*, float>>& placed) {
   auto* made = new ts3d::AtmosphericBillboard;
   made->billboard = new ts3d::particle::Billboard;
   made->billboard->material = material;

@@ -64,6 +64,7 @@ struct MaterialSettings {
   int32_t order = 1;  // 3 draws back to front, after the opaque ones
   bool lighting = true;
   bool alphaBlend = false;  // source alpha over what is drawn
+  bool additive = false;    // its colour added to what is drawn: glows over a black ground
   ts3d::controller::ControllerBase<ts3d::color>* animatedDiffuse = nullptr;  // taken over
   ts3d::controller::ControllerBase<float>* opacity = nullptr;                // taken over
 };
@@ -157,7 +158,7 @@ class SceneBuilder {
   // Quads facing the camera, one on each node with its side, in material (may be null); drawn
   // after the meshes, as an overlay.
   ts3d::AtmosphericBillboard* billboards(ts3d::Material* material,
-                                         std::initializer_list<std::pair<ts3d::HierarchyNode*, float>> placed);
+                                         const std::vector<std::pair<ts3d::HierarchyNode*, float>>& placed);
 
   ts3d::SceneHierarchy* scene() { return built; }
   // Hands the scene over; the builder holds nothing afterwards.

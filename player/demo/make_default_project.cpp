@@ -1,15 +1,17 @@
-// Writes the project that ./run plays when it is given none: an animated scene (a camera
-// moving through lit, textured meshes on a turning carousel, a light circling them) with a
-// stretch blurred by the bloom renderer and one colour-graded through a gradient image; a
-// second scene seen through a lens whose focus moves from the nearest pillar of a row to
-// the farthest and back, cross-faded in; a flash into the graded stretch; a stretch through
-// each filter (black and white, colour split, radial blur); a bitmap fading in and out over
-// it all, and colour fades at both ends. Everything is made here in code: the scenes through the scene builder, the images
-// pixel by pixel.
+// Writes the project that ./run plays when it is given none: an animated scene (a camera moving
+// through lit, textured meshes on a turning carousel under a sky box, in a light haze, a light
+// circling them, a swaying skinned figure, glowing lanterns and a pool that mirrors them all) with
+// a stretch blurred by the bloom renderer and one colour-graded through a gradient image; a second
+// scene seen through a lens whose focus moves from the nearest pillar of a row to the farthest and
+// back, while a swinging light sweeps the pillars' shadows over the floor, cross-faded in; a flash
+// into the graded stretch; a stretch through each filter (black and white, colour split, radial
+// blur); a bitmap fading in and out over it all, and colour fades at both ends. Everything is made
+// here in code: the scenes through the scene builder, the images pixel by pixel.
 //
 // usage: make_default_project FOLDER   (writes default.ts2, lens.ts2, title.png, grade.png, tune.wav,
 // default.xml, and scene_only.xml, the first scene alone, which ./bench plays beside the
 // whole project)
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -86,6 +88,76 @@ MaterialSettings lit(const color& diffuse, float power = 0.0f) {
   return settings;
 }
 
+// The sky box's six faces, +Z, -Z, -X, +X, -Y, +Y: a deep blue zenith, a dusky ground, and
+// sides that pale from the zenith's blue at their top row to the haze of the horizon.
+constexpr float kHaze[3] = {0.72f, 0.62f, 0.70f};
+
+std::array<std::vector<uint8_t>, 6> skyFaces() {
+  const auto side = pngOf(64, 64, [](float, float v) {
+    const float t = v * v;
+    return rgb(0.12f + t * (kHaze[0] - 0.12f), 0.2f + t * (kHaze[1] - 0.2f), 0.45f + t * (kHaze[2] - 0.45f));
+  });
+  return {pngOf(64, 64, [](float, float) { return rgb(0.12f, 0.2f, 0.45f); }),
+          pngOf(64, 64, [](float, float) { return rgb(0.3f, 0.25f, 0.3f); }),
+          side, side, side, side};
+}
+
+// A figure of a stretched sphere, five units tall, standing at `place` and swaying from its
+// waist: the lower half follows the base bone, the upper half the waist bone, which rocks
+// about x; the vertices between blend the two.
+void addSwayingFigure(scenebuild::SceneBuilder& builder, const vect3& place) {
+  constexpr float kWaist = 2.5f;
+  scenebuild::Shape body = scenebuild::sphere(1.0f, 20, 24);
+  for (size_t i = 0; i < body.positions.size(); ++i) {
+    vect3& p = body.positions[i];
+    p = vect3(p.x * 0.6f, p.y * 0.6f, (p.z + 1.0f) * kWaist);
+    vect3& n = body.normals[i];
+    n = vect3(n.x / 0.6f, n.y / 0.6f, n.z / kWaist);
+    D3DXVec3Normalize(&n, &n);
+  }
+  std::vector<ts3d::VertexWeight> weights;
+  for (const vect3& p : body.positions) {
+    const float upper = std::fmin(std::fmax((p.z - (kWaist - 0.6f)) / 1.2f, 0.0f), 1.0f);
+    weights.push_back({{0, 1, 0, 0}, {1.0f - upper, upper, 0.0f}});
+  }
+  ts3d::HierarchyNode* base = builder.node(builder.root(), place);
+  auto* rock = new ts3d::controller::Linear<quat>;
+  const vect3 across(1, 0, 0);
+  for (int k = 0; k <= 8; ++k) {
+    quat q;
+    D3DXQuaternionRotationAxis(&q, &across, (k % 2 ? 0.55f : -0.55f) * (k % 4 == 0 ? 0.0f : 1.0f));
+    rock->addKey(ts3d::controller::LinearKey<quat>(static_cast<float>(k) * kSeconds / 8.0f, q));
+  }
+  ts3d::HierarchyNode* waist = builder.node(base, constant(vect3(0, 0, kWaist)), rock);
+  ts3d::matrix atBase, atWaist;
+  D3DXMatrixIdentity(&atBase);
+  D3DXMatrixTranslation(&atWaist, 0, 0, kWaist);
+  builder.skinnedMesh(body, builder.material(lit(color(0.55f, 0.85f, 0.8f, 1), 25.0f)), {base, waist},
+                      {atBase, atWaist}, std::move(weights));
+}
+
+// Five glowing lanterns circling above the carousel, drawn as camera-facing quads that add a
+// soft warm disc to what lies behind them.
+void addLanterns(scenebuild::SceneBuilder& builder) {
+  ts3d::Texture* disc = builder.texture(pngOf(64, 64, [](float u, float v) {
+    const float d = std::sqrt((u - 0.5f) * (u - 0.5f) + (v - 0.5f) * (v - 0.5f)) * 2.0f;
+    const float glow = std::fmax(0.0f, 1.0f - d);
+    return rgb(glow, glow * 0.8f, glow * glow * 0.5f);
+  }));
+  MaterialSettings settings;
+  settings.lighting = false;
+  settings.additive = true;
+  settings.order = 3;
+  ts3d::MaterialSimple* glow = builder.material(settings);
+  builder.stage(glow, disc);
+  std::vector<std::pair<ts3d::HierarchyNode*, float>> lanterns;
+  for (int i = 0; i < 5; ++i)
+    lanterns.push_back({builder.node(builder.root(), circle(11.0f, 5.5f + 0.5f * static_cast<float>(i % 2), -0.75f,
+                                                            static_cast<float>(i) * 2.0f * kPi / 5.0f)),
+                        1.6f});
+  builder.billboards(glow, lanterns);
+}
+
 void buildScene(scenebuild::SceneBuilder& builder) {
   ts3d::HierarchyNode* root = builder.root();
 
@@ -139,6 +211,18 @@ void buildScene(scenebuild::SceneBuilder& builder) {
   glow.emissive = color(1, 0.95f, 0.7f, 1);
   builder.mesh(lamp, scenebuild::sphere(0.3f, 12, 8), builder.material(glow));
 
+  // A pool beside the carousel mirrors what stands over it. (A mirror draws the scene itself,
+  // so the shadows live in the lens scene.)
+  MaterialSettings water = lit(color(0.3f, 0.5f, 0.7f, 1), 60.0f);
+  water.diffuse.a = 0.35f;
+  builder.mirror({builder.mesh(builder.node(root, vect3(0, -11.0f, 0.05f)), scenebuild::plane(12, 6, 1, 1),
+                               builder.material(water))});
+
+  addSwayingFigure(builder, vect3(-9.0f, -5.0f, 0.0f));
+  addLanterns(builder);
+  builder.skyBox(builder.cubeTexture(skyFaces()));
+  builder.fog(color(kHaze[0], kHaze[1], kHaze[2], 1), 0.05f, 0.35f);
+
   // The camera flies round and through, always aimed at the hub's middle.
   ts3d::HierarchyNode* focus = builder.node(root, vect3(0, 0, 2.0f));
   ts3d::HierarchyNode* eye = builder.node(
@@ -163,12 +247,16 @@ void buildLensScene(scenebuild::SceneBuilder& builder) {
   builder.stage(floor, tiles);
   builder.mesh(builder.node(root, vect3(0, 24, 0)), scenebuild::plane(16, 60, 4, 15), floor);
   const color colours[3] = {color(0.95f, 0.3f, 0.25f, 1), color(0.3f, 0.85f, 0.4f, 1), color(0.35f, 0.5f, 1.0f, 1)};
+  builder.background(color(0.35f, 0.4f, 0.55f, 1));
+  // The light swings from side to side above the row, and each pillar's shadow sweeps the floor.
+  ts3d::LightOmni* light = builder.light(
+      builder.node(root, keyed<vect3>({{0.0f, vect3(-7, 8, 10)}, {2.0f, vect3(7, 14, 10)}, {4.0f, vect3(-7, 8, 10)}})),
+      color(1, 0.95f, 0.9f, 1), 200.0f, color(0.2f, 0.2f, 0.22f, 1));
   for (int i = 0; i < 7; ++i) {
     const float side = i % 2 ? 1.8f : -1.8f;
-    builder.mesh(builder.node(root, vect3(side, 4.0f + 6.0f * static_cast<float>(i), 1.5f)),
-                 scenebuild::box(1.2f, 1.2f, 3.0f), builder.material(lit(colours[i % 3], 20.0f)));
+    builder.shadow(light, builder.mesh(builder.node(root, vect3(side, 4.0f + 6.0f * static_cast<float>(i), 1.5f)),
+                                       scenebuild::box(1.2f, 1.2f, 3.0f), builder.material(lit(colours[i % 3], 20.0f))));
   }
-  builder.light(builder.node(root, vect3(0, 6, 10)), color(1, 0.95f, 0.9f, 1), 200.0f, color(0.2f, 0.2f, 0.22f, 1));
   ts3d::HierarchyNode* eye = builder.node(root, vect3(0, -2, 2.2f));
   builder.aim(eye, builder.node(root, vect3(0, 40, 1.5f)));
   ts3d::CameraSimple* lens = builder.camera(eye, 0.7f, 0.5f, 200.0f);

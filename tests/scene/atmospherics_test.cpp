@@ -76,6 +76,26 @@ TEST_F(AtmosphericPixels, TheSkyBoxShowsTheFaceImageEachViewLooksAt) {
   }
 }
 
+// The picture covers the viewport, its white corner at the top left; a clear of depth and
+// stencil alone leaves the target as it was.
+TEST_F(AtmosphericPixels, ThePictureBackgroundFillsTheViewportOnlyWhenTheTargetIsCleared) {
+  scenebuild::SceneBuilder builder;
+  builder.pictureBackground(builder.texture(facePng(0xff0000, true)));
+  camera(builder, vect3(0, 0, 0), vect3(0, 1, 0), 0.0f);
+  SceneHierarchy& scene = *builder.scene();
+  scene.createResources();
+  draw(scene);
+  EXPECT_EQ(rgbAt(100, 80), 0xffffffu);
+  EXPECT_EQ(rgbAt(540, 400), 0xff0000u);
+  context->setClearColor(color(0, 0, 1, 1));
+  context->beginScene();
+  context->clear(Context::ClearAll, true);
+  scene.clear(scene.activeCamera, Context::ClearDepth | Context::ClearStencil, true);
+  context->endScene();
+  readTarget();
+  EXPECT_EQ(rgbAt(540, 400), 0x0000ffu);
+}
+
 TEST_F(AtmosphericPixels, LinearFogFadesEachObjectByItsDistanceInTheCamerasRange) {
   scenebuild::SceneBuilder builder;
   camera(builder, vect3(0, 0, 0), vect3(0, 1, 0), 0.0f, 41.0f);  // range 1 to 41

@@ -9,6 +9,7 @@
 
 #include "driver/data_item.h"
 #include "driver/driver_kmt.h"
+#include "effects/fx_blur_radial.h"
 #include "effects/fx_simple_bmp.h"
 #include "io/persistence.h"
 #include "materials/texture_bitmap_file.h"
@@ -323,6 +324,14 @@ TEST_F(EffectTest, FiltersAndTransitionsShowTheirInputsChanged) {
       const uint32_t e = expected[i];
       EXPECT_TRUE(pixelNear(rgbAt(x, y), e >> 16, e >> 8 & 0xFF, e & 0xFF, row.tolerance))
           << row.type << " " << row.params.begin()->second << " at " << x << ", " << y << ": " << std::hex << rgbAt(x, y);
+    }
+    if (auto* blur = dynamic_cast<FxBlurRadial*>(effect.get())) {
+      // The centre's cross in yellow, ten pixels each way, over what the blur drew.
+      blur->drawCenterMark();
+      readTarget();
+      EXPECT_EQ(rgbAt(325, 240), 0xFFFF00u);
+      EXPECT_EQ(rgbAt(320, 235), 0xFFFF00u);
+      EXPECT_EQ(rgbAt(320, 255), rgbAt(330, 250)) << "beyond the arm";
     }
   }
   context->setRenderTarget(back);

@@ -31,20 +31,25 @@ void write(tsio::OutStream& out, bool field) { out.writeBool(field); }
 void write(tsio::OutStream& out, uint8_t field) { out.writeUint8(field); }
 void write(tsio::OutStream& out, uint32_t field) { out.writeUint32(field); }
 
-// The fields whose device form isn't the one render state of their value.
-void sendDepthMode(IDirect3DDevice9* device, const Block& block) {
-  if (const std::optional<DepthStates> states = deviceDepthMode(block.depthMode)) {
+// The fields whose device form isn't the one render state of their value. With old (a
+// difference send), each device state goes only when its own value changes: two depth modes
+// share a comparison, and masks share their low bits.
+void sendDepthMode(IDirect3DDevice9* device, const Block& block, const Block* old) {
+  const std::optional<DepthStates> states = deviceDepthMode(block.depthMode);
+  if (!states) return;
+  const std::optional<DepthStates> held = old ? deviceDepthMode(old->depthMode) : std::nullopt;
+  if (!held || held->zWriteEnable != states->zWriteEnable)
     device->SetRenderState(D3DRS_ZWRITEENABLE, states->zWriteEnable);
-    device->SetRenderState(D3DRS_ZFUNC, states->zFunc);
-  }
+  if (!held || held->zFunc != states->zFunc) device->SetRenderState(D3DRS_ZFUNC, states->zFunc);
 }
 
-// Compared whole, sent without the bits the device has no channel for.
-void sendColorWriteMask(IDirect3DDevice9* device, const Block& block) {
-  device->SetRenderState(D3DRS_COLORWRITEENABLE, block.colorWriteMask & 0xf);
+// Sent without the bits the device has no channel for.
+void sendColorWriteMask(IDirect3DDevice9* device, const Block& block, const Block* old) {
+  if (!old || ((block.colorWriteMask ^ old->colorWriteMask) & 0xf))
+    device->SetRenderState(D3DRS_COLORWRITEENABLE, block.colorWriteMask & 0xf);
 }
 
-void sendSoftwareVertexProcessing(IDirect3DDevice9* device, const Block& block) {
+void sendSoftwareVertexProcessing(IDirect3DDevice9* device, const Block& block, const Block*) {
   device->SetSoftwareVertexProcessing(block.softwareVertexProcessing ? TRUE : FALSE);
 }
 
@@ -57,7 +62,7 @@ struct Field {
   D3DRENDERSTATETYPE state;
   std::optional<DWORD> (*map)(int32_t) = nullptr;
   // Instead of the render state, for the fields that aren't one state of their value.
-  void (*send)(IDirect3DDevice9*, const Block&) = nullptr;
+  void (*send)(IDirect3DDevice9*, const Block&, const Block* old) = nullptr;
   // Places moved from the file's order in a difference send and in the full send at start.
   int8_t differenceMove = 0;
   int8_t fullMove = 0;
@@ -136,7 +141,7 @@ void send(IDirect3DDevice9* device, const std::array<uint8_t, N>& order, const B
     const bool differs = !old || std::visit([&](auto member) { return next.*member != old->*member; }, field.member);
     if (!differs) continue;
     if (field.send)
-      field.send(device, next);
+      field.send(device, next, old);
     else
       std::visit([&](auto member) { sendValue(device, field, next.*member); }, field.member);
   }

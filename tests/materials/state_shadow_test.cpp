@@ -35,15 +35,16 @@ class ShadowedDevice : public ::testing::Test {
   StageStates stages;
 };
 
-// everyRenderStateChanged against a started device, group by group: blending, depth (one
-// mode, two states), rasteriser (clipping is never merged), lighting (local viewer before
-// normalisation), vertex blending, stencil (the reference before the masks).
+// everyRenderStateChanged against a started device, group by group: blending, depth (a mode whose
+// comparison the device holds already sends its write flag alone), rasteriser (clipping is never
+// merged), lighting (local viewer before normalisation), vertex blending, stencil (the reference
+// before the masks).
 const Calls kEveryRenderStateSent = {
     renderStateCall(D3DRS_ALPHABLENDENABLE, TRUE),  renderStateCall(D3DRS_DESTBLEND, D3DBLEND_INVSRCALPHA),
     renderStateCall(D3DRS_SRCBLEND, D3DBLEND_SRCALPHA), renderStateCall(D3DRS_ALPHATESTENABLE, TRUE),
     renderStateCall(D3DRS_ALPHAFUNC, D3DCMP_GREATEREQUAL), renderStateCall(D3DRS_ALPHAREF, 0x80),
     renderStateCall(D3DRS_COLORWRITEENABLE, 0x7),   renderStateCall(D3DRS_ZENABLE, D3DZB_FALSE),
-    renderStateCall(D3DRS_ZWRITEENABLE, FALSE),     renderStateCall(D3DRS_ZFUNC, D3DCMP_LESSEQUAL),
+    renderStateCall(D3DRS_ZWRITEENABLE, FALSE),
     renderStateCall(D3DRS_CULLMODE, D3DCULL_NONE),  renderStateCall(D3DRS_FILLMODE, D3DFILL_WIREFRAME),
     renderStateCall(D3DRS_LIGHTING, FALSE),         renderStateCall(D3DRS_SPECULARENABLE, TRUE),
     renderStateCall(D3DRS_LOCALVIEWER, TRUE),       renderStateCall(D3DRS_NORMALIZENORMALS, TRUE),

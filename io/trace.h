@@ -38,7 +38,11 @@ Tracer* setTracer(Tracer* replacement);
 
 }  // namespace trace
 
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(__MINGW32__) && !defined(__clang__)
+// The C++ runtime of mingw formats as C99 does (%zu and all); plain "printf" would check
+// against the system's older formats.
+#define TS_PRINTF_FORMAT(fmt, args) __attribute__((format(gnu_printf, fmt, args)))
+#elif defined(__GNUC__) || defined(__clang__)
 #define TS_PRINTF_FORMAT(fmt, args) __attribute__((format(printf, fmt, args)))
 #else
 #define TS_PRINTF_FORMAT(fmt, args)

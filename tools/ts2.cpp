@@ -71,14 +71,16 @@ const Command kCommands[] = {
      "unpacked object stream (the root at 0), as the first line says. A fault ends the dump and\n"
      "is reported as check reports it.\n",
      dump},
-    {"check", 1, nullptr, "ts2 check FILE",
+    {"check", 1, "--every-cut", "ts2 check [--every-cut] FILE",
      "Walks the whole of FILE: magic, compressed block, chunk headers, sizes, nesting, ids,\n"
      "references, and every body by its class's fields. Prints \"ok\" with the counts of chunks,\n"
      "references and bodies stepped over and the deepest nesting, or names the first fault, its\n"
      "offset and the field being read (truncation, a size that overruns its parent, a count\n"
      "beyond the bytes left, a body longer or shorter than its fields, a reference to nothing,\n"
      "nesting beyond 256 levels, bytes behind the root) and exits with 1. Offsets are given as\n"
-     "dump gives them.\n",
+     "dump gives them. --every-cut then walks each shorter copy of the object stream, from 0\n"
+     "bytes to one byte short, and fails unless each one is reported at or before its cut: that\n"
+     "truncation anywhere is caught (a long walk: the stream's size squared, halved, in bytes).\n",
      check},
     {"pack", 2, nullptr, "ts2 pack IN OUT",
      "Writes IN, a NONE file, as an IOBZ file OUT: the same object stream as one bzip2 block.\n"
@@ -162,7 +164,19 @@ int dump(const std::vector<std::string>& operands, bool full) {
   return kDone;
 }
 
-int check(const std::vector<std::string>& operands, bool) {
+// The first cut of the object stream that walks without a fault or faults past the cut, or
+// the stream's size when every cut is caught.
+size_t firstUncaughtCut(const PersistenceFile& file) {
+  const std::vector<uint8_t>& stream = file.objectStream;
+  for (size_t cut = 0; cut < stream.size(); ++cut) {
+    const tsio::layout::WalkResult walk =
+        tsio::layout::walkObjectStream(stream.data(), cut, file.offsetBase(), nullptr);
+    if (walk.ok || walk.faultOffset > static_cast<int64_t>(cut) + file.offsetBase()) return cut;
+  }
+  return stream.size();
+}
+
+int check(const std::vector<std::string>& operands, bool everyCut) {
   const std::string& path = operands[0];
   PersistenceFile file;
   Problem problem;
@@ -178,6 +192,15 @@ int check(const std::vector<std::string>& operands, bool) {
   }
   std::printf("%s: ok: %s, %s, an object stream of %zu bytes\n", path.c_str(), file.magicName(),
               counts(walk).c_str(), file.objectStream.size());
+  if (!everyCut) return kDone;
+  const size_t uncaught = firstUncaughtCut(file);
+  if (uncaught < file.objectStream.size()) {
+    std::printf("%s: a copy cut after %zu bytes of the object stream is not reported at its cut\n", path.c_str(),
+                uncaught);
+    return kFault;
+  }
+  std::printf("%s: every one of the %zu cuts is reported at or before the cut\n", path.c_str(),
+              file.objectStream.size());
   return kDone;
 }
 

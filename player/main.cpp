@@ -28,6 +28,7 @@ struct Options {
   std::string offlineDir;
   std::string contactSheet;
   std::string audio, waveform;
+  OfflineDrawing drawing = OfflineDrawing::project;
   bool live = false;
   double from = 0.0, to = 0.0, fps = 25.0;
   double seconds = -1.0;  // below 0: to the project's end
@@ -55,6 +56,9 @@ int usage(FILE* out) {
                "  --audio FILE       offline, also write FILE: the soundtrack of the frames'\n"
                "                     span as 44.1 kHz stereo WAV, to the sample\n"
                "  --waveform FILE    offline, also write FILE: the soundtrack's outline as PNG\n"
+               "  --floor png|readback  offline, to measure the cost of frame output: draw\n"
+               "                     nothing, clear each frame and write it (png) or only\n"
+               "                     read it back (readback)\n"
                "  --live             live mode: play in a window from --from, timed by the\n"
                "                     soundtrack as it plays (or the clock without one), until\n"
                "                     the window is closed, Escape is pressed, or --seconds\n"
@@ -100,6 +104,14 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       options.audio = text;
     } else if (arg == "--waveform" && value(text)) {
       options.waveform = text;
+    } else if (arg == "--floor" && value(text)) {
+      const std::string floor = text;
+      if (floor != "png" && floor != "readback") {
+        std::fprintf(stderr, "tsplay: --floor needs png or readback, not '%s'\n", text);
+        exitCode = 2;
+        return false;
+      }
+      options.drawing = floor == "png" ? OfflineDrawing::clearedFrames : OfflineDrawing::readBackOnly;
     } else if ((arg == "--from" || arg == "--to" || arg == "--fps" || arg == "--seconds") && value(text)) {
       double number;
       if (!parseNumber(text, number)) {
@@ -190,7 +202,7 @@ int main(int argc, char** argv) {
     Stage stage(*driver, module.handle(), options.width, options.height, false);
     if (!stage.build(project, library, error)) return fail(error);
     const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps,
-                                                 options.contactSheet, options.audio, options.waveform});
+                                                 options.contactSheet, options.audio, options.waveform, options.drawing});
     if (status != 0) return status;
   }
   if (options.live) {

@@ -1,11 +1,14 @@
 #include "player/playback.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <thread>
 
 #include "player/contact_sheet.h"
-#include "player/host/frame_capture.h"
 #include "player/host/device_tap.h"
+#include "player/host/frame_capture.h"
+#include "player/host/frame_writer.h"
 #include "player/progress.h"
 #include "player/soundtrack.h"
 
@@ -49,6 +52,8 @@ class EffectSwitch : public host::ItemVisitor {
  private:
   bool open;
 };
+
+constexpr D3DCOLOR kClearedFrame = 0xff000000;
 
 constexpr int kWaveformWidth = 1200, kWaveformHeight = 200;
 
@@ -135,21 +140,37 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
   Progress progress(stderr, "frames", count);
   // Twelve cells of a quarter of the 640 x 480 reference.
   ContactSheet sheet(0, static_cast<int>(count - 1), 4, 3, 160, 120);
-  Frame frame;
+  IDirect3DDevice9* device = host::tappedDevice();
+  host::BackBufferReader reader;
+  Frame readOnly;  // the one buffer when nothing is written
   LARGE_INTEGER frequency, started, ended;
   QueryPerformanceFrequency(&frequency);
   QueryPerformanceCounter(&started);
-  for (long i = 0; i < count; ++i) {
-    stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
-    const std::string path = framePath(options.folder, i);
-    if (!host::captureBackBuffer(host::tappedDevice(), frame) || !host::saveFrame(frame, path)) {
-      std::fprintf(stderr, "\ntsplay: cannot write the frame '%s'\n", path.c_str());
+  {
+    // Timed up to finish(), which waits for the last frames to be written.
+    host::FrameWriter writer(std::max(std::thread::hardware_concurrency(), 1u));
+    for (long i = 0; i < count && !writer.failed(); ++i) {
+      if (options.drawing == OfflineDrawing::project)
+        stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
+      else
+        device->Clear(0, nullptr, D3DCLEAR_TARGET, kClearedFrame, 1.0f, 0);
+      const bool writing = options.drawing != OfflineDrawing::readBackOnly;
+      Frame& frame = writing ? writer.next() : readOnly;
+      if (!reader.read(device, frame)) {
+        std::fprintf(stderr, "\ntsplay: cannot read frame %ld back\n", i);
+        return 1;
+      }
+      if (!options.contactSheet.empty())
+        sheet.add(static_cast<int>(i), frame.pixels.data(), static_cast<int>(frame.width), static_cast<int>(frame.height));
+      if (writing) writer.write(framePath(options.folder, i));
+      window->present();
+      progress.show(i + 1);
+    }
+    std::string failedPath;
+    if (!writer.finish(failedPath)) {
+      std::fprintf(stderr, "\ntsplay: cannot write the frame '%s'\n", failedPath.c_str());
       return 1;
     }
-    if (!options.contactSheet.empty())
-      sheet.add(static_cast<int>(i), frame.pixels.data(), static_cast<int>(frame.width), static_cast<int>(frame.height));
-    window->present();
-    progress.show(i + 1);
   }
   progress.finish();
   QueryPerformanceCounter(&ended);

@@ -35,16 +35,21 @@ class Stage {
   bool built = false;
 };
 
+// What an offline run draws into its frames: the project, or, to measure the floor of frame
+// output, nothing: each frame cleared and written, or cleared and only read back.
+enum class OfflineDrawing { project, clearedFrames, readBackOnly };
+
 struct OfflineOptions {
   std::string folder;
   double from = 0.0, to = 0.0, fps = 25.0;
   std::string contactSheet;  // empty: none; with a soundtrack, its outline under the frames
   std::string audio;         // empty: none; else the soundtrack of the frames' span, as WAV
   std::string waveform;      // empty: none; else the soundtrack's whole outline, as PNG
+  OfflineDrawing drawing = OfflineDrawing::project;
 };
 
 // Frames `from` to `to` at `fps` into folder/frame_NNNNN.png, with a progress bar
-// on stderr. Each frame appears whole or not at all. With a contact sheet path, a grid
+// on stderr, encoded on worker threads beside the drawing. Each frame appears whole or not at all. With a contact sheet path, a grid
 // of frames spread over the run is written there too. 0 on success, else 1 with a
 // message.
 int renderOffline(Stage& stage, const OfflineOptions& options);

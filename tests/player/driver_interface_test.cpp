@@ -34,7 +34,7 @@ class RecordingVisitor : public host::ItemVisitor {
 // The back buffer's pixel at (x, y) as 0xRRGGBB.
 uint32_t pixelAt(int x, int y) {
   host::Frame frame;
-  if (!host::captureBackBuffer(host::tappedDevice(), frame)) return 0xFFFFFFFF;
+  if (!host::BackBufferReader().read(host::tappedDevice(), frame)) return 0xFFFFFFFF;
   return frame.pixels[static_cast<size_t>(y) * frame.width + static_cast<size_t>(x)] & 0xFFFFFF;
 }
 

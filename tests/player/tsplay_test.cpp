@@ -6,6 +6,8 @@
 #include <string>
 
 #include "gfxhelper/image_decode.h"
+#include "platform/png_write.h"
+#include "player/host/frame_writer.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/device/test_device.h"
 #include "tests/gfxhelper/test_images.h"
@@ -63,6 +65,36 @@ uint32_t pngPixel(const std::string& path, uint32_t x, uint32_t y) {
     return ~0u;
   const uint8_t* texel = image.levels[0].texel(x, y);
   return 0xFF000000u | texel[2] << 16 | texel[1] << 8 | texel[0];
+}
+
+// Frames written on three workers are the files one encoding in this thread makes, each
+// under its own name; a frame that can't be written is named by finish().
+TEST(FrameWriter, WritesTheFilesOfTheEncoderAloneAndNamesAFailure) {
+  const std::string folder = player_files::scratchFolder("frame_writer");
+  const auto fill = [](int i, host::Frame& frame) {
+    frame.width = 40u + static_cast<unsigned int>(i);
+    frame.height = 30;
+    frame.pixels.resize(frame.width * frame.height);
+    for (size_t p = 0; p < frame.pixels.size(); ++p) frame.pixels[p] = static_cast<uint32_t>(p * static_cast<size_t>(i + 1) * 0x9E3779B1u);
+  };
+  const auto path = [&](int i) { return folder + (i < 7 ? "\\" : "\\missing\\") + std::to_string(i) + ".png"; };
+  std::string failed;
+  {
+    host::FrameWriter writer(3);
+    for (int i = 0; i < 8; ++i) {
+      fill(i, writer.next());
+      writer.write(path(i));
+    }
+    EXPECT_FALSE(writer.finish(failed));
+  }
+  EXPECT_EQ(failed, path(7));
+  for (int i = 0; i < 7; ++i) {
+    host::Frame frame;
+    fill(i, frame);
+    const int width = static_cast<int>(frame.width);
+    const std::vector<uint8_t> png = platform::encodePng(width, static_cast<int>(frame.height), frame.pixels.data(), width * 4);
+    EXPECT_EQ(readFile(path(i)), std::string(png.begin(), png.end())) << i;
+  }
 }
 
 TEST(Tsplay, PlaysLayersOfColourAndAKeyedFadeIntoFramesAndASheet) {

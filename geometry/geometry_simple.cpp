@@ -23,28 +23,12 @@ constexpr uint32_t kColorBytes = 16;
 constexpr uint32_t kCoordinateBytes = 8;
 constexpr uint32_t kFaceBytes = 6;
 constexpr uint32_t kRecordBytes = 8;
-
-// Fails the stream unless count items of itemBytes each fit in what is left: checked before
-// anything is sized, so a hostile count can't make us allocate.
-bool fits(tsio::InStream& in, uint64_t count, uint64_t itemBytes, const char* what) {
-  const uint64_t needed = count * itemBytes;  // both below 2^32: no overflow
-  const int32_t left = in.remaining();
-  if (needed <= static_cast<uint64_t>(left)) return true;
-  char reason[160];
-  std::snprintf(reason, sizeof reason, "%llu %s of %llu bytes each, with %d bytes left",
-                static_cast<unsigned long long>(count), what, static_cast<unsigned long long>(itemBytes), left);
-  in.fail(reason);
-  return false;
-}
-
-void readVect3s(tsio::InStream& in, uint32_t count, std::vector<vect3>& values) {
-  values.resize(count);
-  for (vect3& v : values) {
-    in.readFloat(&v.x);
-    in.readFloat(&v.y);
-    in.readFloat(&v.z);
-  }
-}
+// The arrays are read as their memory images: each item must be exactly its stored bytes.
+static_assert(sizeof(vect3) == kPositionBytes && sizeof(vect3) == kNormalBytes, "a vector is three floats");
+static_assert(sizeof(color) == kColorBytes, "a colour is four floats");
+static_assert(sizeof(TextureCoordinate) == kCoordinateBytes, "a coordinate pair is two floats");
+static_assert(sizeof(Face) == kFaceBytes, "a face is three 16-bit indices");
+static_assert(sizeof(AuxiliaryRecord) == kRecordBytes, "a record is four 16-bit values");
 
 void writeVect3(tsio::OutStream& out, const vect3& v) {
   out.writeFloat(v.x);
@@ -128,38 +112,17 @@ bool GeometrySimple::load(tsio::InStream& in) {
   std::vector<AuxiliaryRecord> newRecords;
 
   if (flags & kFlagVertices) {
-    if (flags & kFlagPositions) {
-      if (!fits(in, vertexTotal, kPositionBytes, "positions")) return false;
-      readVect3s(in, vertexTotal, newPositions);
-    }
-    if (flags & kFlagNormals) {
-      if (!fits(in, vertexTotal, kNormalBytes, "normals")) return false;
-      readVect3s(in, vertexTotal, newNormals);
-    }
-    if (flags & kFlagColors) {
-      if (!fits(in, vertexTotal, kColorBytes, "colours")) return false;
-      newColors.resize(vertexTotal);
-      for (color& c : newColors) {
-        in.readFloat(&c.r);
-        in.readFloat(&c.g);
-        in.readFloat(&c.b);
-        in.readFloat(&c.a);
-      }
-    }
+    if ((flags & kFlagPositions) && !in.readArray(newPositions, vertexTotal, "positions")) return false;
+    if ((flags & kFlagNormals) && !in.readArray(newNormals, vertexTotal, "normals")) return false;
+    if ((flags & kFlagColors) && !in.readArray(newColors, vertexTotal, "colours")) return false;
     if (flags & kFlagChannels) {
       uint32_t channelTotal = 0;
       in.readInt32(reinterpret_cast<int32_t*>(&channelTotal));
       // A vertex format holds at most `sets` coordinate sets: later channels are stepped over.
       const uint32_t sets = tangentSpace ? kMaxCoordinateSets - 2 : kMaxCoordinateSets;
       newChannels.resize(std::min(channelTotal, sets));
-      for (TextureChannel& channel : newChannels) {
-        if (!fits(in, vertexTotal, kCoordinateBytes, "texture coordinates")) return false;
-        channel.coordinates.resize(vertexTotal);
-        for (TextureCoordinate& t : channel.coordinates) {
-          in.readFloat(&t.u);
-          in.readFloat(&t.v);
-        }
-      }
+      for (TextureChannel& channel : newChannels)
+        if (!in.readArray(channel.coordinates, vertexTotal, "texture coordinates")) return false;
       const uint64_t skipped = (channelTotal - newChannels.size()) * static_cast<uint64_t>(vertexTotal);
       if (skipped > static_cast<uint64_t>(in.remaining()) / kCoordinateBytes) {
         in.failf("%u texture channels of %u vertices, with %d bytes left", channelTotal, vertexTotal, in.remaining());
@@ -168,18 +131,11 @@ bool GeometrySimple::load(tsio::InStream& in) {
       in.skip(static_cast<int32_t>(skipped * kCoordinateBytes));
     }
   }
-  if (flags & kFlagFaces) {
-    if (!fits(in, faceTotal, kFaceBytes, "faces")) return false;
-    newFaces.resize(faceTotal);
-    for (Face& f : newFaces)
-      for (uint16_t& v : f.vertex) in.readUint16(&v);
-  }
+  if ((flags & kFlagFaces) && !in.readArray(newFaces, faceTotal, "faces")) return false;
   if (flags & kFlagAuxiliary) {
     uint32_t recordTotal = 0;
     if (!in.readCount(&recordTotal, kRecordBytes)) return false;
-    newRecords.resize(recordTotal);
-    for (AuxiliaryRecord& r : newRecords)
-      for (uint16_t& v : r.values) in.readUint16(&v);
+    if (!in.readArray(newRecords, recordTotal, "auxiliary records")) return false;
   }
   if (!in.isGood()) return false;
 

@@ -7,6 +7,8 @@ namespace ts3d {
 namespace {
 
 constexpr uint32_t kRecordBytes = 4 + 12;  // four bone numbers, three weights
+// Records are read as their memory image.
+static_assert(sizeof(VertexWeight) == kRecordBytes, "a record has no padding");
 
 void put(uint8_t*& destination, const void* source, size_t size) {
   std::memcpy(destination, source, size);
@@ -18,13 +20,8 @@ void put(uint8_t*& destination, const void* source, size_t size) {
 bool GeometryWeighted::load(tsio::InStream& in) {
   if (!GeometrySimple::load(in)) return false;
   uint32_t count = 0;
-  if (!in.readCount(&count, kRecordBytes)) return false;
-  std::vector<VertexWeight> records(count);
-  for (VertexWeight& record : records) {
-    for (uint8_t& bone : record.bones) in.readUint8(&bone);
-    for (float& weight : record.weights) in.readFloat(&weight);
-  }
-  if (!in.isGood()) return false;
+  std::vector<VertexWeight> records;
+  if (!in.readCount(&count, kRecordBytes) || !in.readArray(records, count, "vertex weights")) return false;
   vertexWeights.swap(records);
   return true;
 }

@@ -42,6 +42,14 @@ bool InStream::readCount(uint32_t* count, uint32_t minItemBytes) {
   return true;
 }
 
+bool InStream::fits(uint32_t count, uint32_t itemBytes, const char* what) {
+  const uint64_t needed = static_cast<uint64_t>(count) * itemBytes;
+  const int32_t left = remaining();
+  if (needed <= static_cast<uint64_t>(left)) return true;
+  failf("%u %s of %u bytes each, with %d bytes left", count, what, itemBytes, left);
+  return false;
+}
+
 void InStream::failf(const char* format, ...) {
   char reason[256];
   va_list arguments;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "io/trace.h"
 
@@ -62,6 +64,25 @@ class InStream {
   // Reads a 4-byte count of items that take at least minItemBytes each in the stream. A count
   // that the remaining bytes can't hold fails the stream; then the count is 0 and the result false.
   bool readCount(uint32_t* count, uint32_t minItemBytes);
+
+  // Reads count items with one stream call instead of one per value. Only for items whose
+  // stream image is their memory image: plain structs of floats and integers without padding,
+  // whose size the caller ties to the stored size. The count is checked against the bytes left
+  // before the vector is sized, so a hostile count can't make us allocate; that, or a short
+  // read, fails the stream and gives false.
+  template <class T>
+  bool readArray(std::vector<T>& values, uint32_t count, const char* what) {
+    static_assert(std::is_trivially_copyable_v<T>, "an array read copies the stored bytes into the items");
+    if (!fits(count, static_cast<uint32_t>(sizeof(T)), what)) return false;
+    values.resize(count);
+    if (count > 0) readBytes(values.data(), static_cast<uint32_t>(count * sizeof(T)));
+    return isGood();
+  }
+
+ private:
+  // Fails the stream unless count items of itemBytes each fit in the bytes left; what names
+  // the items in the reason.
+  bool fits(uint32_t count, uint32_t itemBytes, const char* what);
 };
 
 class OutStream {

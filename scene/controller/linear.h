@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -36,6 +37,8 @@ struct LinearCode<matrix> {
 template <class T>
 class LinearKey : public Key<T> {
  public:
+  static constexpr uint32_t kStoredFloats = 1 + kFloatCount<T>;
+
   LinearKey() = default;
   LinearKey(float keyTime, const T& initial) : keyValue(initial) { this->time = keyTime; }
 
@@ -43,9 +46,16 @@ class LinearKey : public Key<T> {
   void setValue(const T& newValue) override { keyValue = newValue; }
 
   bool load(tsio::InStream& in) override {
-    in.readFloat(&this->time);
-    readValue(in, keyValue);
-    return in.isGood();
+    float stored[kStoredFloats];
+    in.readBytes(stored, sizeof stored);
+    if (!in.isGood()) return false;
+    setStored(stored);
+    return true;
+  }
+  // Takes the key's kStoredFloats floats as the stream holds them.
+  void setStored(const float* stored) {
+    this->time = stored[0];
+    std::copy(stored + 1, stored + kStoredFloats, floatsOf(keyValue));
   }
   void store(tsio::OutStream& out) override {
     out.writeFloat(this->time);
@@ -62,7 +72,7 @@ template <class T>
 class Linear : public KeyFramed<T> {
  public:
   static constexpr uint32_t kCode = LinearCode<T>::value;
-  static constexpr uint32_t kKeyBytes = 4 * (1 + kFloatCount<T>);
+  static constexpr uint32_t kKeyBytes = sizeof(float) * LinearKey<T>::kStoredFloats;
 
   uint32_t keyCount() const override { return static_cast<uint32_t>(keys.size()); }
   Key<T>* key(uint32_t index) override { return &keys[index]; }
@@ -97,9 +107,12 @@ class Linear : public KeyFramed<T> {
     // Checked against the bytes left before the vector is sized: a hostile count fails the
     // stream instead of allocating.
     if (!in.readCount(&count, kKeyBytes)) return false;
+    // All the keys' floats in one stream call: one per float costs most of a long track's load.
+    std::vector<float> stored;
+    if (!in.readArray(stored, count * LinearKey<T>::kStoredFloats, "key floats")) return false;
     setKeyCount(count);
-    for (LinearKey<T>& k : keys) k.load(in);
-    return in.isGood();
+    for (uint32_t i = 0; i < count; ++i) keys[i].setStored(&stored[i * LinearKey<T>::kStoredFloats]);
+    return true;
   }
   void store(tsio::OutStream& out) override {
     out.beginChunk(kCode, kChunkVersion);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "io/chunked_stream.h"
@@ -235,6 +236,34 @@ TEST(Bzip2, PackedFormHasItsLayoutAndDamageIsRefusedBeforeOrByUnpacking) {
     Bytes file = good;
     damage(file);
     EXPECT_EQ(unpacking(file).rfind(message, 0), 0u) << unpacking(file) << "\nexpected: " << message;
+  }
+}
+
+// An array read checks its count against the bytes left before it sizes anything, on a plain
+// stream and behind the unpacking alike; what fits comes back value for value, low byte first.
+TEST(ArrayRead, ACountBeyondTheBytesLeftIsRefusedBeforeTheArrayIsSized) {
+  const Bytes payload = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0x80};
+  const Bytes file = packed(payload);
+  const std::vector<uint32_t> all = {1, 0x100, 0x10000, 0x80000000u};
+  const std::tuple<uint32_t, bool, std::vector<uint32_t>> rows[] = {
+      {4, true, all}, {0, true, {}}, {5, false, {}}, {0xFFFFFFFFu, false, {}}};
+  for (const bool compressed : {false, true}) {
+    for (const auto& [count, fits, expected] : rows) {
+      SCOPED_TRACE(std::to_string(count) + (compressed ? " packed" : " plain"));
+      auto* memory = new tsio::InStreamMemory;
+      std::unique_ptr<tsio::InStream> in;
+      if (compressed) {
+        memory->setRange(file.data() + 4, static_cast<int32_t>(file.size()) - 4);
+        in = std::make_unique<tsio::InStreamBzip2>(memory, true);
+      } else {
+        memory->setRange(payload.data(), static_cast<int32_t>(payload.size()));
+        in.reset(memory);
+      }
+      std::vector<uint32_t> values;
+      EXPECT_EQ(in->readArray(values, count, "values"), fits);
+      EXPECT_EQ(in->isGood(), fits);
+      EXPECT_EQ(values, expected);
+    }
   }
 }
 

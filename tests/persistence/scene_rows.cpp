@@ -1,5 +1,7 @@
+#include "driver/exported_animation.h"
 #include "geometry/geometry_simple.h"
 #include "geometry/modifier_stack.h"
+#include "materials/texture_bitmap_file.h"
 #include "renderers/scene_renderer_blur.h"
 #include "renderers/scene_renderer_channels.h"
 #include "renderers/scene_renderer_dof.h"
@@ -262,6 +264,20 @@ const ChunkCase kSceneChunks[] = {
                                      "4E4F4E45 | 53524348 0100 0000 00000000", 1, 1),
     chunkCase<SceneRendererShadow>("Shadow", [] { return new SceneRendererShadow; },
                                    "4E4F4E45 | 53525357 0100 0000 00000000", 1, 1),
+    // The text, an image by name written in full, and a data item without a scene.
+    chunkCase<ExportedAnimation>(
+        "ExportedAnimation",
+        [] {
+          static TextureBitmapFile image("a.png", 2);  // the animation doesn't own it
+          auto* animation = new ExportedAnimation;
+          animation->projectText = "p";
+          animation->textures["a.png"] = &image;
+          animation->scenes["s"] = nullptr;
+          return animation;
+        },
+        "4E4F4E45 | 73746678 0100 0000 2C000000 | 7000 | 01000000 612E706E6700 |"
+        "54584246 0100 0100 0A000000 00000000 612E706E6700 | 01000000 7300 00000000",
+        0, kAnyVersion),
 };
 
 INSTANTIATE_TEST_SUITE_P(Scene, ChunkContract, testing::ValuesIn(kSceneChunks), CaseName());

@@ -47,26 +47,36 @@ DataTexture::DataTexture(const std::string& path) : DataItem("data_texture") {
   description_ = path;
 }
 
-DataTexture::DataTexture(ts3d::TextureBitmapFile* texture) : DataItem("data_texture"), payload(texture) {}
+DataTexture::DataTexture(ts3d::TextureBitmapFile* texture)
+    : DataItem("data_texture"), payload(texture), ownsPayload(false) {}
 
-DataTexture::~DataTexture() { delete payload; }
+DataTexture::~DataTexture() {
+  if (ownsPayload) delete payload;
+}
 
 bool DataTexture::reload() {
-  delete payload;
+  if (ownsPayload) delete payload;
+  ownsPayload = true;
   payload = makeTexture(path_);
   return true;
 }
 
 DataScene::DataScene() : DataItem("data_scene") {}
 
-DataScene::DataScene(ts3d::SceneHierarchy* scene) : DataItem("data_scene"), payload(scene) {}
+DataScene::DataScene(ts3d::SceneHierarchy* scene) : DataItem("data_scene"), payload(scene), ownsPayload(false) {}
 
-DataScene::~DataScene() { delete payload; }
+DataScene::~DataScene() { dropPayload(); }
+
+void DataScene::dropPayload() {
+  if (ownsPayload) delete payload;
+  payload = nullptr;
+  ownsPayload = true;
+}
 
 bool DataScene::load(const std::string& path) {
   ts3d::SceneHierarchy* scene = readScene(path);
   if (!scene) return false;
-  delete payload;
+  dropPayload();
   payload = scene;
   name_ = filePartOf(path);
   path_ = path;
@@ -75,7 +85,7 @@ bool DataScene::load(const std::string& path) {
 }
 
 bool DataScene::reload() {
-  delete payload;
+  dropPayload();
   payload = readScene(path_);
   return payload != nullptr;
 }

@@ -5,6 +5,10 @@
 
 class ItemVisitor;
 
+// What kind() tells the host.
+constexpr int32_t kTextureItem = 1;
+constexpr int32_t kSceneItem = 2;
+
 namespace ts3d {
 class SceneHierarchy;
 class TextureBitmapFile;
@@ -43,30 +47,41 @@ class DataTexture : public DataItem {
  public:
   // A file that can't be read still gives an item, with a texture that has no device texture.
   explicit DataTexture(const std::string& path);
-  // Takes over a texture that came out of an animation file; the strings stay empty.
+  // Shows a texture of the loaded animation, which keeps it: items of one path share it, and
+  // scenes' stages may point at it. The strings stay empty.
   explicit DataTexture(ts3d::TextureBitmapFile* texture);
   ~DataTexture() override;
 
-  int32_t kind() override { return 1; }
+  int32_t kind() override { return kTextureItem; }
   bool reload() override;
 
   ts3d::TextureBitmapFile* payload = nullptr;
+
+ private:
+  bool ownsPayload = true;
 };
 
 // A .ts2 scene file, with its device resources made.
 class DataScene : public DataItem {
  public:
   DataScene();
-  // Takes over a scene that came out of an animation file; the strings stay empty.
+  // Shows a scene of the loaded animation, which keeps it: items of one path share it. The
+  // strings stay empty.
   explicit DataScene(ts3d::SceneHierarchy* scene);
   ~DataScene() override;
 
-  int32_t kind() override { return 2; }
+  int32_t kind() override { return kSceneItem; }
   bool reload() override;
   // Reads the scene at path; on failure the item keeps its empty strings and null payload.
   virtual bool load(const std::string& path);
 
   ts3d::SceneHierarchy* payload = nullptr;
+
+ private:
+  // Frees the payload if it is this item's, and makes the next one this item's.
+  void dropPayload();
+
+  bool ownsPayload = true;
 };
 
 // The payload behind an item, or null for no item, an item of another kind or an empty one.

@@ -8,9 +8,9 @@
 // blur); a bitmap fading in and out over it all, and colour fades at both ends. Everything is made
 // here in code: the scenes through the scene builder, the images pixel by pixel.
 //
-// usage: make_default_project FOLDER   (writes default.ts2, lens.ts2, title.png, grade.png, tune.wav,
-// default.xml, and scene_only.xml, the first scene alone, which ./bench plays beside the
-// whole project)
+// usage: make_default_project FOLDER   (writes default.ts2, its copies bloomed.ts2 and graded.ts2,
+// lens.ts2, title.png, grade.png, tune.wav, default.xml, and scene_only.xml, the first scene
+// alone, which ./bench plays beside the whole project)
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -292,6 +292,7 @@ std::vector<uint8_t> titleImage() {
 // to black. Scene time is the parameter times 100.
 // A post-process stays in its scene's chain for the whole project, so the flight's blurred
 // and graded stretches draw copies of the scene that carry them, in step with the plain one.
+// The copies are files of their own: an exported animation keeps one scene per path.
 const char* const kFlight = R"(    <effect type="fx_simple_scene" name="flight" start="0" length="12">
       <param name="data" value="scene"/>
       <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
@@ -423,7 +424,7 @@ std::string projectText(bool whole) {
   text += "  <data name=\"scene\" path=\"default.ts2\"/>\n";
   if (whole) {
     text += "  <soundtrack path=\"tune.wav\"/>\n";
-    text += "  <data name=\"bloomed\" path=\"default.ts2\"/>\n  <data name=\"graded\" path=\"default.ts2\"/>\n";
+    text += "  <data name=\"bloomed\" path=\"bloomed.ts2\"/>\n  <data name=\"graded\" path=\"graded.ts2\"/>\n";
     text += "  <data name=\"lens\" path=\"lens.ts2\"/>\n  <data name=\"grade\" path=\"grade.png\"/>\n";
     text += "  <data name=\"title\" path=\"title.png\"/>\n";
   }
@@ -449,6 +450,7 @@ int main(int argc, char** argv) {
     std::fprintf(argc == 2 ? stdout : stderr,
                  "usage: make_default_project FOLDER\n"
                  "Writes the default project into FOLDER: default.ts2 and lens.ts2 (the scenes),\n"
+                 "bloomed.ts2 and graded.ts2 (copies of the first for its post-processes),\n"
                  "title.png (the bitmap), grade.png (the colour grade's curves), tune.wav (the\n"
                  "soundtrack), default.xml (the project that plays them) and scene_only.xml (its\n"
                  "first scene alone).\n");
@@ -457,6 +459,7 @@ int main(int argc, char** argv) {
   const std::string folder = argv[1];
   CreateDirectoryA(folder.c_str(), nullptr);
   for (const auto& [name, build] : {std::pair<const char*, void (*)(scenebuild::SceneBuilder&)>{"default.ts2", buildScene},
+                                     {"bloomed.ts2", buildScene}, {"graded.ts2", buildScene},
                                      {"lens.ts2", buildLensScene}}) {
     scenebuild::SceneBuilder builder;
     build(builder);

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "player/animation_file.h"
 #include "player/host/driver_interface.h"
 #include "player/host/driver_module.h"
 #include "player/host/driver_notices.h"
@@ -24,6 +25,7 @@ using host::TimelineItem;
 struct Options {
   std::string module = "tsDriver.dll";
   std::string project;  // empty: none
+  std::string exportPath;  // empty: no export
   bool info = false;
   std::string offlineDir;
   std::string contactSheet;
@@ -40,8 +42,12 @@ int usage(FILE* out) {
                "usage: tsplay [options] [PROJECT]\n"
                "Loads the driver module the way the host does, prints its description and\n"
                "version, reads the effect library at the path the driver names and plays\n"
-               "PROJECT, an XML project file, in the modes asked for.\n"
+               "PROJECT, an XML project file, in the modes asked for. A PROJECT ending in\n"
+               ".stfx is an exported animation, played the same way; its soundtrack is the\n"
+               "file of that name beside it, and without one it plays silent.\n"
                "  --module PATH      the driver module (default tsDriver.dll beside tsplay)\n"
+               "  --export FILE      write the project, its scenes and images as one animation\n"
+               "                     FILE (.stfx), and print what went in\n"
                "  --info             print the file filter, the effect library path and each\n"
                "                     library effect with its parameters and whether the\n"
                "                     driver makes it\n"
@@ -96,6 +102,8 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       options.live = true;
     } else if (arg == "--module" && value(text)) {
       options.module = text;
+    } else if (arg == "--export" && value(text)) {
+      options.exportPath = text;
     } else if (arg == "--offline" && value(text)) {
       options.offlineDir = text;
     } else if (arg == "--contact-sheet" && value(text)) {
@@ -173,6 +181,16 @@ int fail(const LoadError& error) {
   return 1;
 }
 
+// An exported animation is read by the driver once the stage's device is open; without its
+// soundtrack beside it, it plays silent.
+bool buildStage(Stage& stage, DriverKMT& driver, const Options& options, const host::ProjectFile& project,
+                const EffectLibrary& library, LoadError& error) {
+  if (!animation_file::isAnimation(options.project)) return stage.build(project, library, error);
+  host::ProjectFile inside;
+  return animation_file::read(driver, options.project, library, inside, error) &&
+         stage.build(inside, library, error, host::HostProject::MissingSoundtrack::silent);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -195,12 +213,22 @@ int main(int argc, char** argv) {
   host::ProjectFile project;
   LoadError error;
   if (!library.load(driver->libraryPath(), error)) return fail(error);
-  if (!options.project.empty() && !project.load(options.project, library, error)) return fail(error);
+  const bool fromAnimation = animation_file::isAnimation(options.project);
+  if (!options.project.empty() && !fromAnimation && !project.load(options.project, library, error)) return fail(error);
   if (options.info) printInfo(driver, library);
+
+  if (!options.exportPath.empty()) {
+    if (options.project.empty() || fromAnimation) {
+      std::fprintf(stderr, "tsplay: --export needs a project file\n");
+      return 2;
+    }
+    Stage stage(*driver, module.handle(), options.width, options.height, false);
+    if (const int status = animation_file::write(stage, *driver, project, library, options.exportPath)) return status;
+  }
 
   if (!options.offlineDir.empty()) {
     Stage stage(*driver, module.handle(), options.width, options.height, false);
-    if (!stage.build(project, library, error)) return fail(error);
+    if (!buildStage(stage, *driver, options, project, library, error)) return fail(error);
     const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps,
                                                  options.contactSheet, options.audio, options.waveform, options.drawing});
     if (status != 0) return status;
@@ -209,7 +237,7 @@ int main(int argc, char** argv) {
     // Someone watches now: the driver's boxes show and wait for an answer.
     host::driver_notices::showBoxes(true);
     Stage stage(*driver, module.handle(), options.width, options.height, true);
-    if (!stage.build(project, library, error)) return fail(error);
+    if (!buildStage(stage, *driver, options, project, library, error)) return fail(error);
     double seconds = options.seconds;
     if (seconds < 0.0) seconds = options.project.empty() ? 2.0 : stage.project().endTime() - options.from;
     return playLive(stage, options.from, seconds);

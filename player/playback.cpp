@@ -114,8 +114,9 @@ Stage::~Stage() {
   DestroyWindow(handle);
 }
 
-bool Stage::build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error) {
-  const bool made = hostProject.build(file, library, error);
+bool Stage::build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error,
+                  host::HostProject::MissingSoundtrack missing) {
+  const bool made = hostProject.build(file, library, error, missing);
   for (const host::LoadError& warning : hostProject.warnings())
     std::fprintf(stderr, "tsplay: %s\n", warning.message().c_str());
   if (!made) return false;

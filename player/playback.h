@@ -19,7 +19,8 @@ class Stage {
   Stage& operator=(const Stage&) = delete;
 
   // False with `error` set when the project cannot be made; nothing is open then.
-  bool build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error);
+  bool build(const host::ProjectFile& file, const host::EffectLibrary& library, host::LoadError& error,
+             host::HostProject::MissingSoundtrack missing = host::HostProject::MissingSoundtrack::fails);
 
   host::HostProject& project() { return hostProject; }
   host::RenderWindow* renderWindow() const { return window; }

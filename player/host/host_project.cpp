@@ -30,6 +30,21 @@ void describeParams(const ProjectFile::Effect& effect, HostTreeElement& tree) {
   }
 }
 
+// A value for a quoted attribute.
+std::string escapeXml(const std::string& value) {
+  std::string escaped;
+  for (char c : value) {
+    switch (c) {
+      case '&': escaped += "&amp;"; break;
+      case '<': escaped += "&lt;"; break;
+      case '"': escaped += "&quot;"; break;
+      case '\'': escaped += "&apos;"; break;
+      default: escaped += c;
+    }
+  }
+  return escaped;
+}
+
 bool endsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
@@ -127,12 +142,15 @@ void HostProject::clear() {
   for (DataItem* item : items) delete item;
   items.clear();
   itemNames.clear();
+  itemSpans.clear();
   soundtrack.clear();
+  soundtrackSpan = {};
   projectText.clear();
   driver.setControllerFactory(nullptr);
 }
 
-bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, LoadError& error) {
+bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, LoadError& error,
+                        MissingSoundtrack missing) {
   clear();
   notices.clear();
   auto fail = [&](int line, const std::string& problem) {
@@ -140,12 +158,23 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
     clear();
     return false;
   };
-  if (!file.soundtrack.empty() && !fileExists(file.soundtrack))
-    return fail(file.soundtrackLine, "cannot find the soundtrack '" + file.soundtrack + "'");
   soundtrack = file.soundtrack;
+  if (!soundtrack.empty() && !fileExists(soundtrack)) {
+    const std::string missed = "cannot find the soundtrack '" + soundtrack + "'";
+    if (missing == MissingSoundtrack::fails) return fail(file.soundtrackLine, missed);
+    const bool silent = missing == MissingSoundtrack::silent;
+    notices.push_back(LoadError{file.path, file.soundtrackLine,
+                                "warning: " + missed + (silent ? ": playing without sound" : ": the animation names it all the same")});
+    if (silent) soundtrack.clear();
+  }
+  // The driver cuts a soundtrack's file name at the last backslash.
+  std::replace(soundtrack.begin(), soundtrack.end(), '/', '\\');
   projectText = file.text;
+  soundtrackSpan = file.soundtrackSpan;
   for (const ProjectFile::Data& data : file.data) {
-    if (!fileExists(data.path)) return fail(data.line, "cannot find the data file '" + data.path + "'");
+    // In an animation the paths name the driver's items, not files.
+    if (!file.fromAnimation && !fileExists(data.path))
+      return fail(data.line, "cannot find the data file '" + data.path + "'");
     driver_notices::takeDebugOutput();
     DataItem* item = driver.loadData(data.path);
     if (!item) return fail(data.line, whyNotLoaded(data.path));
@@ -155,6 +184,7 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
       notices.push_back(LoadError{file.path, data.line, "warning: cannot decode the image '" + data.path + "'"});
     items.push_back(item);
     itemNames.push_back(data.name);
+    itemSpans.push_back(data.pathSpan);
   }
   driver.setControllerFactory(&factory);
   if (addLayers(file.layers, timeline, file, library, error)) return true;
@@ -216,7 +246,13 @@ void HostProject::prepare() {
 }
 
 std::string& HostProject::text(std::string& out) const {
+  std::vector<std::pair<ProjectFile::Span, std::string>> values;
+  if (soundtrackSpan.second > 0) values.emplace_back(soundtrackSpan, soundtrack);
+  for (size_t i = 0; i < items.size(); ++i) values.emplace_back(itemSpans[i], items[i]->path());
+  // From the end of the text, so that the spans before each change stay where they were.
+  std::sort(values.begin(), values.end(), [](const auto& a, const auto& b) { return a.first.first > b.first.first; });
   out = projectText;
+  for (const auto& [span, value] : values) out.replace(span.first, span.second, escapeXml(value));
   return out;
 }
 

@@ -21,12 +21,19 @@ class HostProject : public Project, public DataList, public DataLookup {
   HostProject(const HostProject&) = delete;
   HostProject& operator=(const HostProject&) = delete;
 
+  // What a soundtrack file that isn't there means: the project can't be built; the project
+  // still names it (for an export: the file may join the animation later); or the project
+  // plays without sound. The last two leave a warning.
+  enum class MissingSoundtrack { fails, named, silent };
+
   // Loads the data items and makes the effects. The driver's render window must be
   // open, since items take device resources. False with `error` set, and the
   // project left empty, at the first item or effect that cannot be made.
-  bool build(const ProjectFile& file, const EffectLibrary& library, LoadError& error);
+  bool build(const ProjectFile& file, const EffectLibrary& library, LoadError& error,
+             MissingSoundtrack missing = MissingSoundtrack::fails);
 
-  // Warnings of the last build, which went on past them: images the driver cannot decode.
+  // Warnings of the last build, which went on past them: images the driver cannot decode,
+  // a soundtrack missing.
   const std::vector<LoadError>& warnings() const { return notices; }
 
   // Destroys the effects and data items: before the render window closes.
@@ -52,6 +59,8 @@ class HostProject : public Project, public DataList, public DataLookup {
   void setSoundtrackPath(const std::string& path) override { soundtrack = path; }
   const std::string& soundtrackPath() const override { return soundtrack; }
   DataList* dataItems() override { return this; }
+  // The project file's text, naming the soundtrack as it is now and each data item by the
+  // path the driver knows it by.
   std::string& text(std::string& out) const override;
 
   // DataList
@@ -73,6 +82,8 @@ class HostProject : public Project, public DataList, public DataLookup {
   HostControllerFactory factory;
   std::string soundtrack;
   std::string projectText;
+  ProjectFile::Span soundtrackSpan;          // where the text names the soundtrack
+  std::vector<ProjectFile::Span> itemSpans;  // where it names each item's path, parallel to items
   std::vector<std::string> itemNames;  // parallel to items
   std::vector<DataItem*> items;
   std::vector<Entry> timeline;  // the lowest layer's effects first

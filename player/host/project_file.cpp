@@ -48,8 +48,9 @@ class Reader {
     const char* path = attributeValue(node, "path");
     if (!path || !*path) return fail(node, "a <soundtrack> needs the attribute path");
     if (!project.soundtrack.empty()) return fail(node, "a project has one soundtrack");
-    project.soundtrack = resolvePath(project.path, path);
+    project.soundtrack = resolvePath(project.path, project.fromAnimation ? fileNameOf(path) : path);
     project.soundtrackLine = file.lineOf(node->name());
+    project.soundtrackSpan = file.valueSpan(node->first_attribute("path"));
     return true;
   }
 
@@ -58,7 +59,8 @@ class Reader {
     const char* path = attributeValue(node, "path");
     if (!name || !*name || !path || !*path) return fail(node, "a <data> needs the attributes name and path");
     if (findData(name)) return fail(node, "data item '" + std::string(name) + "' is declared twice");
-    project.data.push_back({name, resolvePath(project.path, path), file.lineOf(node->name())});
+    project.data.push_back({name, project.fromAnimation ? path : resolvePath(project.path, path),
+                            file.lineOf(node->name()), file.valueSpan(node->first_attribute("path"))});
     return true;
   }
 
@@ -169,17 +171,36 @@ class Reader {
 
 }  // namespace
 
+namespace {
+
+// Reads the project from the XML that `open` gives; on failure nothing is kept.
+template <class Open>
+bool readProject(ProjectFile& project, const EffectLibrary& library, LoadError& error, const Open& open) {
+  XmlFile file;
+  Reader reader(file, library, project, error);
+  if (open(file) && reader.readItems() && reader.readLayers()) {
+    project.text = file.text();
+    return true;
+  }
+  project = ProjectFile();
+  return false;
+}
+
+}  // namespace
+
 bool ProjectFile::load(const std::string& path_, const EffectLibrary& library, LoadError& error) {
   *this = ProjectFile();
   path = path_;
-  XmlFile file;
-  Reader reader(file, library, *this, error);
-  if (file.load(path, "project", error) && reader.readItems() && reader.readLayers()) {
-    text = file.text();
-    return true;
-  }
+  return readProject(*this, library, error, [&](XmlFile& file) { return file.load(path, "project", error); });
+}
+
+bool ProjectFile::loadFromAnimation(const std::string& animationPath, const std::string& projectText,
+                                    const EffectLibrary& library, LoadError& error) {
   *this = ProjectFile();
-  return false;
+  path = animationPath;
+  fromAnimation = true;
+  return readProject(*this, library, error,
+                     [&](XmlFile& file) { return file.loadText(path, projectText, "project", error); });
 }
 
 std::string resolvePath(const std::string& base, const std::string& path) {
@@ -187,6 +208,11 @@ std::string resolvePath(const std::string& base, const std::string& path) {
   if (absolute) return path;
   const size_t slash = base.find_last_of("\\/");
   return slash == std::string::npos ? path : base.substr(0, slash + 1) + path;
+}
+
+std::string fileNameOf(const std::string& path) {
+  const size_t slash = path.find_last_of("\\/");
+  return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace host

@@ -13,10 +13,14 @@ class EffectLibrary;
 // A project file as read and checked against the effect library; every entry
 // keeps its line for the messages of the later steps.
 struct ProjectFile {
+  // Where a value stands in `text`, as written.
+  using Span = std::pair<size_t, size_t>;  // start, length
+
   struct Data {
     std::string name;
-    std::string path;  // resolved against the project's folder
+    std::string path;  // resolved against the project's folder, or as written in an animation
     int line = 0;
+    Span pathSpan;
   };
   struct Param {
     std::string name;
@@ -42,16 +46,26 @@ struct ProjectFile {
 
   // False with `error` set at the first problem; nothing is kept then.
   bool load(const std::string& path, const EffectLibrary& library, LoadError& error);
+  // The project inside an exported animation at `animationPath`, as the driver gave its text:
+  // the data paths are the names the animation keeps its items by, and the soundtrack is the
+  // file of that name beside the animation.
+  bool loadFromAnimation(const std::string& animationPath, const std::string& projectText, const EffectLibrary& library,
+                         LoadError& error);
 
   std::string path;
   std::string text;
   std::string soundtrack;  // empty: none
   int soundtrackLine = 0;
+  Span soundtrackSpan;
+  bool fromAnimation = false;
   std::vector<Data> data;
   std::vector<Layer> layers;  // the lowest first
 };
 
 // `path` as seen from the folder of `base`, unless it is absolute.
 std::string resolvePath(const std::string& base, const std::string& path);
+
+// What follows the last slash or backslash of `path`.
+std::string fileNameOf(const std::string& path);
 
 }  // namespace host

@@ -87,6 +87,18 @@ bool XmlFile::load(const std::string& path, const char* rootTag, LoadError& erro
     error.problem = "cannot read the file";
     return false;
   }
+  return parse(rootTag, error);
+}
+
+bool XmlFile::loadText(const std::string& name, const std::string& text, const char* rootTag, LoadError& error) {
+  filePath = name;
+  buffer.clear();
+  error = LoadError{name, 0, ""};
+  original = text;
+  return parse(rootTag, error);
+}
+
+bool XmlFile::parse(const char* rootTag, LoadError& error) {
   // A 0 byte inside would end the parse early and hide the rest of the file.
   const size_t zero = original.find('\0');
   if (zero != std::string::npos) {
@@ -131,6 +143,13 @@ int XmlFile::lineOf(const char* position) const {
   if (position < base || position > base + original.size()) return 0;
   const auto end = original.begin() + (position - base);
   return 1 + static_cast<int>(std::count(original.begin(), end, '\n'));
+}
+
+std::pair<size_t, size_t> XmlFile::valueSpan(const XmlAttribute* attribute) const {
+  // The value is parsed in place, so it starts where it was written, just behind its quote.
+  const size_t at = static_cast<size_t>(attribute->value() - buffer.data());
+  const size_t end = original.find(original[at - 1], at);
+  return {at, end - at};
 }
 
 LoadError XmlFile::errorAt(const XmlNode* node, const std::string& problem) const {

@@ -3,6 +3,7 @@
 #include <rapidxml.hpp>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -36,6 +37,8 @@ class XmlFile {
   // False with `error` set when the file cannot be read, is not XML, or its root
   // element is not `rootTag`.
   bool load(const std::string& path, const char* rootTag, LoadError& error);
+  // The same for text that came from elsewhere; `name` stands for the file in messages.
+  bool loadText(const std::string& name, const std::string& text, const char* rootTag, LoadError& error);
 
   const XmlNode* root() const { return rootNode; }
   const std::string& path() const { return filePath; }
@@ -43,10 +46,15 @@ class XmlFile {
   const std::string& text() const { return original; }
 
   int lineOf(const char* position) const;
+  // Where a non-empty attribute value stands in text(), as written: entities not yet decoded.
+  std::pair<size_t, size_t> valueSpan(const XmlAttribute* attribute) const;
   LoadError errorAt(const XmlNode* node, const std::string& problem) const;
   LoadError errorAt(const XmlAttribute* attribute, const std::string& problem) const;
 
  private:
+  // Parses `original`, read already.
+  bool parse(const char* rootTag, LoadError& error);
+
   std::string filePath;
   std::string original;
   std::vector<char> buffer;

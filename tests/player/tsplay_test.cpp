@@ -28,9 +28,11 @@ std::string readFile(const std::string& path, bool text = false) {
   return bytes;
 }
 
-// The exit code of tsplay.exe run from the folder that holds it, as the host is, so that the
-// driver's library path reaches the library beside it; its error stream, by a file in `scratch`, in `err`.
-DWORD runTsplay(const std::string& arguments, const std::string& scratch, std::string& err) {
+// The exit code of tsplay.exe (or another program of the build) run from the folder that holds
+// it, as the host is, so that the driver's library path reaches the library beside it; its error
+// stream, by a file in `scratch`, in `err`.
+DWORD runTsplay(const std::string& arguments, const std::string& scratch, std::string& err,
+                const char* program = "tsplay.exe") {
   DWORD exitCode = 0xffffffff;
   const std::string bin = player_files::binaryFolder(), errPath = scratch + "\\stderr.txt";
   SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
@@ -40,7 +42,7 @@ DWORD runTsplay(const std::string& arguments, const std::string& scratch, std::s
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
   startup.hStdError = errFile;
-  std::string command = "\"" + bin + "\\tsplay.exe\" " + arguments;
+  std::string command = "\"" + bin + "\\" + program + "\" " + arguments;
   PROCESS_INFORMATION process = {};
   if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, bin.c_str(), &startup, &process)) {
     // A run that waits on something, a box nobody sees, fails instead of hanging the test.
@@ -250,6 +252,40 @@ TEST(Tsplay, WritesTheSoundtrackOfTheRenderedSpanToTheSample) {
   EXPECT_EQ(left(0), kRate / 2) << "starts at 0.5 s";
   EXPECT_EQ(left(kHeard - 1), (kRate / 2 + kHeard - 1) % kRamp) << "the song's last frame";
   EXPECT_EQ(left(kHeard), 0) << "silence after it";
+}
+
+TEST(Tsplay, AnExportedAnimationPlaysLikeItsProjectWithoutItsFiles) {
+  const std::string scratch = player_files::scratchFolder("tsplay_export"), bundle = scratch + "\\default.stfx";
+  std::string err;
+  ASSERT_EQ(runTsplay("\"" + scratch + "\"", scratch, err, "make_default_project.exe"), 0u) << err;
+  const std::string frames = " --from 1 --to 15 --fps 0.25 --offline \"" + scratch;  // four frames across the timeline
+  const std::string project = "\"" + scratch + "\\default.xml\"";
+  ASSERT_EQ(runTsplay(project + " --export \"" + bundle + "\"" + frames + "\\made\"", scratch, err), 0u) << err;
+  for (const char* source : {"default.xml", "default.ts2", "bloomed.ts2", "graded.ts2", "lens.ts2", "title.png", "grade.png"})
+    ASSERT_TRUE(DeleteFileA((scratch + "\\" + source).c_str())) << source;
+  ASSERT_EQ(runTsplay("\"" + bundle + "\"" + frames + "\\played\"", scratch, err), 0u) << err;
+  for (int i = 0; i < 4; ++i) {
+    const std::string frame = "\\frame_0000" + std::to_string(i) + ".png", made = readFile(scratch + "\\made" + frame);
+    EXPECT_FALSE(made.empty());
+    EXPECT_TRUE(made == readFile(scratch + "\\played" + frame)) << frame;
+  }
+  // Without its soundtrack it plays silent, with one warning.
+  ASSERT_TRUE(DeleteFileA((scratch + "\\tune.wav").c_str()));
+  ASSERT_EQ(runTsplay("\"" + bundle + "\" --to 0 --offline \"" + scratch + "\\silent\"", scratch, err), 0u) << err;
+  const std::string warning =
+      bundle + ":4: warning: cannot find the soundtrack '" + scratch + "\\tune.wav': playing without sound\n";
+  const size_t at = err.find(warning);
+  EXPECT_NE(at, std::string::npos) << err;
+  EXPECT_EQ(err.find("warning", at + warning.size()), std::string::npos) << "one warning: " << err;
+  // Cut, or with a bit of the root's size flipped, it stops tsplay with a message.
+  const std::string whole = readFile(bundle);
+  std::string flipped = whole;
+  flipped[15] ^= 0x40;
+  for (const std::string& damaged : {whole.substr(0, whole.size() / 2), flipped}) {
+    player_files::write(scratch, "default.stfx", damaged);
+    EXPECT_EQ(runTsplay("\"" + bundle + "\" --to 0 --offline \"" + scratch + "\\damaged\"", scratch, err), 1u);
+    EXPECT_NE(err.find("tsplay: " + bundle + ": the driver cannot read the animation\n"), std::string::npos) << err;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,60 @@
+#include "player/animation_file.h"
+
+#include <windows.h>
+
+#include <cstdio>
+
+namespace animation_file {
+
+namespace {
+
+constexpr const char* kExtension = ".stfx";
+
+}  // namespace
+
+bool isAnimation(const std::string& path) {
+  const size_t length = std::char_traits<char>::length(kExtension);
+  return path.size() > length && path.compare(path.size() - length, length, kExtension) == 0;
+}
+
+bool read(host::DriverKMT& driver, const std::string& path, const host::EffectLibrary& library,
+          host::ProjectFile& file, host::LoadError& error) {
+  std::string text;
+  driver.loadAnimation(path, text);
+  if (text.empty()) {
+    error = host::LoadError{path, 0, "the driver cannot read the animation"};
+    return false;
+  }
+  return file.loadFromAnimation(path, text, library, error);
+}
+
+int write(Stage& stage, host::DriverKMT& driver, const host::ProjectFile& file, const host::EffectLibrary& library,
+          const std::string& path) {
+  host::HostProject& project = stage.project();
+  host::LoadError error;
+  // Built, not opened: an open post-process puts its renderer into its scene, which would then
+  // be stored with it and run twice after a load.
+  const bool built = project.build(file, library, error, host::HostProject::MissingSoundtrack::named);
+  for (const host::LoadError& warning : project.warnings()) std::fprintf(stderr, "tsplay: %s\n", warning.message().c_str());
+  if (!built) {
+    std::fprintf(stderr, "tsplay: %s\n", error.message().c_str());
+    return 1;
+  }
+  // The driver says nothing back: the file being there afterwards is its success.
+  DeleteFileA(path.c_str());
+  driver.exportAnimation(&project, path);
+  WIN32_FILE_ATTRIBUTE_DATA written;
+  if (!GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &written)) {
+    std::fprintf(stderr, "tsplay: the animation '%s' was not written\n", path.c_str());
+    return 1;
+  }
+  int scenes = 0;
+  for (size_t i = 0; i < project.count(); ++i) scenes += project.item(i)->kind() == host::kSceneItem;
+  const std::string& soundtrack = project.soundtrackPath();
+  std::printf("animation %s: %lu bytes; %d data items (%d scenes, %d images), soundtrack %s\n", path.c_str(),
+              written.nFileSizeLow, static_cast<int>(project.count()), scenes, static_cast<int>(project.count()) - scenes,
+              soundtrack.empty() ? "none" : ("'" + host::fileNameOf(soundtrack) + "'").c_str());
+  return 0;
+}
+
+}  // namespace animation_file

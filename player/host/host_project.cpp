@@ -177,7 +177,9 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
       return fail(data.line, "cannot find the data file '" + data.path + "'");
     driver_notices::takeDebugOutput();
     DataItem* item = driver.loadData(data.path);
-    if (!item) return fail(data.line, whyNotLoaded(data.path));
+    if (!item)
+      return fail(data.line, file.fromAnimation ? "the animation holds no data item '" + data.path + "'"
+                                                : whyNotLoaded(data.path));
     // The driver keeps an image it cannot decode, without a picture, and only says so
     // on the debug output.
     if (item->kind() == kTextureItem && !driver_notices::takeDebugOutput().empty())

@@ -20,7 +20,8 @@ namespace {
 using ts3d::Material;
 using ts3d::Texture;
 
-constexpr const char* kMergeReport = "Replaced references to textures : %d.\nTexture with references not found : %d\n%s";
+constexpr const char* kMergeReport =
+    "Replaced references to textures : %d.\nTexture with references not found : %d\n%s";
 
 // The texture fields of every stage a material reaches. A file may make a composite lead back
 // to itself: `open` holds the composites being walked, and such a loop ends.

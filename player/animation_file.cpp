@@ -35,7 +35,8 @@ int write(Stage& stage, host::DriverKMT& driver, const host::ProjectFile& file, 
   // Built, not opened: an open post-process puts its renderer into its scene, which would then
   // be stored with it and run twice after a load.
   const bool built = project.build(file, library, error, host::HostProject::MissingSoundtrack::named);
-  for (const host::LoadError& warning : project.warnings()) std::fprintf(stderr, "tsplay: %s\n", warning.message().c_str());
+  for (const host::LoadError& warning : project.warnings())
+    std::fprintf(stderr, "tsplay: %s\n", warning.message().c_str());
   if (!built) {
     std::fprintf(stderr, "tsplay: %s\n", error.message().c_str());
     return 1;
@@ -48,11 +49,12 @@ int write(Stage& stage, host::DriverKMT& driver, const host::ProjectFile& file, 
     std::fprintf(stderr, "tsplay: the animation '%s' was not written\n", path.c_str());
     return 1;
   }
+  const int items = static_cast<int>(project.count());
   int scenes = 0;
-  for (size_t i = 0; i < project.count(); ++i) scenes += project.item(i)->kind() == host::kSceneItem;
+  for (int i = 0; i < items; ++i) scenes += project.item(static_cast<size_t>(i))->kind() == host::kSceneItem;
   const std::string& soundtrack = project.soundtrackPath();
   std::printf("animation %s: %lu bytes; %d data items (%d scenes, %d images), soundtrack %s\n", path.c_str(),
-              written.nFileSizeLow, static_cast<int>(project.count()), scenes, static_cast<int>(project.count()) - scenes,
+              written.nFileSizeLow, items, scenes, items - scenes,
               soundtrack.empty() ? "none" : ("'" + host::fileNameOf(soundtrack) + "'").c_str());
   return 0;
 }

@@ -163,8 +163,8 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
     const std::string missed = "cannot find the soundtrack '" + soundtrack + "'";
     if (missing == MissingSoundtrack::fails) return fail(file.soundtrackLine, missed);
     const bool silent = missing == MissingSoundtrack::silent;
-    notices.push_back(LoadError{file.path, file.soundtrackLine,
-                                "warning: " + missed + (silent ? ": playing without sound" : ": the animation names it all the same")});
+    const char* outcome = silent ? ": playing without sound" : ": the animation names it all the same";
+    notices.push_back(LoadError{file.path, file.soundtrackLine, "warning: " + missed + outcome});
     if (silent) soundtrack.clear();
   }
   // The driver cuts a soundtrack's file name at the last backslash.

@@ -117,7 +117,8 @@ TEST(AnimationExport, MergesTexturesByPathAndTellsWhatWentIn) {
     for (size_t s = 0; s < row.scenes.size(); ++s) {
       scenebuild::SceneBuilder builder;
       ts3d::MaterialSimple* material = builder.material({});
-      for (const std::string& image : row.scenes[s]) builder.stage(material, builder.textureFile(placed(image, folder)));
+      for (const std::string& image : row.scenes[s])
+        builder.stage(material, builder.textureFile(placed(image, folder)));
       for (const std::string& image : s == 0 ? row.unused : std::vector<std::string>())
         builder.textureFile(placed(image, folder));
       const std::string path = folder + "\\scene" + std::to_string(s) + ".ts2";

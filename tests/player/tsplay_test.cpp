@@ -261,7 +261,8 @@ TEST(Tsplay, AnExportedAnimationPlaysLikeItsProjectWithoutItsFiles) {
   const std::string frames = " --from 1 --to 15 --fps 0.25 --offline \"" + scratch;  // four frames across the timeline
   const std::string project = "\"" + scratch + "\\default.xml\"";
   ASSERT_EQ(runTsplay(project + " --export \"" + bundle + "\"" + frames + "\\made\"", scratch, err), 0u) << err;
-  for (const char* source : {"default.xml", "default.ts2", "bloomed.ts2", "graded.ts2", "lens.ts2", "title.png", "grade.png"})
+  for (const char* source :
+       {"default.xml", "default.ts2", "bloomed.ts2", "graded.ts2", "lens.ts2", "title.png", "grade.png"})
     ASSERT_TRUE(DeleteFileA((scratch + "\\" + source).c_str())) << source;
   ASSERT_EQ(runTsplay("\"" + bundle + "\"" + frames + "\\played\"", scratch, err), 0u) << err;
   for (int i = 0; i < 4; ++i) {

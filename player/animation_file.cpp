@@ -41,11 +41,15 @@ int write(Stage& stage, host::DriverKMT& driver, const host::ProjectFile& file, 
     std::fprintf(stderr, "tsplay: %s\n", error.message().c_str());
     return 1;
   }
-  // The driver says nothing back: the file being there afterwards is its success.
-  DeleteFileA(path.c_str());
-  driver.exportAnimation(&project, path);
+  // The driver says nothing back: a new file under a name of our own is its success, and a
+  // failed export leaves whatever stood under the final name untouched.
+  const std::string partial = path + ".export";
+  DeleteFileA(partial.c_str());
+  driver.exportAnimation(&project, partial);
   WIN32_FILE_ATTRIBUTE_DATA written;
-  if (!GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &written)) {
+  if (!GetFileAttributesExA(partial.c_str(), GetFileExInfoStandard, &written) ||
+      !MoveFileExA(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    DeleteFileA(partial.c_str());
     std::fprintf(stderr, "tsplay: the animation '%s' was not written\n", path.c_str());
     return 1;
   }

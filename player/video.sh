@@ -3,7 +3,8 @@
 # a named pipe, to Debian's ffmpeg running natively, which encodes H.264; then the soundtrack
 # of the same frames, written by tsplay to the sample, joins it as AAC. The MP4 is made under
 # a temporary name beside its final one and renamed when whole: a failed or interrupted run
-# leaves neither. ./run calls this with a built tsplay; TS_BIN names tsplay's folder.
+# leaves neither. ./run calls this with a built tsplay; TS_BIN names tsplay's folder. Wine's
+# server and display are the caller's to end (ts_use_wine), as tests share them.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=cmake/setup.sh
@@ -52,7 +53,6 @@ video=$(realpath -m "$video")
 folder=$(dirname "$video")
 [ -d "$folder" ] && [ -w "$folder" ] || fail "cannot write into the folder $folder"
 
-ts_use_wine
 # Everything that may be left half made or still running, undone on any way out.
 work="" partial="" children=()
 cleanup() {
@@ -64,7 +64,6 @@ cleanup() {
   for pid in "${children[@]}"; do wait "$pid" 2>/dev/null || true; done
   [ -z "$work" ] || rm -rf "$work"
   [ -z "$partial" ] || rm -f "$partial"
-  ts_stop_wine
 }
 trap cleanup EXIT
 trap 'exit 130' INT

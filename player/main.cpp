@@ -213,7 +213,8 @@ int main(int argc, char** argv) {
   if (!options.offlineDir.empty() || !options.rawVideo.empty()) {
     Stage stage(*driver, module.handle(), options.width, options.height, false);
     if (!stage.build(project, library, error)) return fail(error);
-    const double to = options.toEnd ? std::max(stage.project().endTime() - 1.0 / options.fps, options.from) : options.to;
+    const double lastStart = stage.project().endTime() - 1.0 / options.fps;
+    const double to = options.toEnd ? std::max(lastStart, options.from) : options.to;
     const int status = renderOffline(stage, {options.offlineDir, options.rawVideo, options.from, to, options.fps,
                                              options.contactSheet, options.audio, options.waveform, options.drawing});
     if (status != 0) return status;

@@ -159,10 +159,9 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
     // Timed up to finish(), which waits for the last frames to be written. A stream keeps its
     // frames in order with one worker.
     const unsigned int workers = streaming ? 1u : std::max(std::thread::hardware_concurrency(), 1u);
-    host::FrameWriter writer(workers, streaming ? host::FrameWriter::Save([&stream](const Frame& frame, const std::string&) {
-      return stream->write(frame);
-    })
-                                                : host::FrameWriter::Save(host::saveFrame));
+    const auto toStream = [&stream](const Frame& frame, const std::string&) { return stream->write(frame); };
+    host::FrameWriter writer(workers,
+                             streaming ? host::FrameWriter::Save(toStream) : host::FrameWriter::Save(host::saveFrame));
     for (long i = 0; i < count && !writer.failed(); ++i) {
       if (options.drawing == OfflineDrawing::project)
         stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));

@@ -12,7 +12,7 @@ ts_need_packages() {
            libjpeg62-turbo-dev libpng-dev zlib1g-dev libz-mingw-w64-dev nasm \
            libogg-dev libvorbis-dev libmpg123-dev libmp3lame-dev \
            g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 \
-           wine wine64 xvfb xauth libgl1-mesa-dri dpkg-dev; do
+           wine wine64 xvfb xauth libgl1-mesa-dri dpkg-dev ffmpeg; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
   done
   if [ ${#missing[@]} -gt 0 ]; then
@@ -71,6 +71,9 @@ ts_fetch_source() {
   rm -rf "$tmp"
   [ -f "$TS_DEPS/$dir/$file" ] || { echo "setup: could not fetch the $package source package" >&2; return 1; }
 }
+
+# PATH as Wine sees it: this machine's root is drive Z:.
+ts_windows_path() { local p; p=$(realpath -m "$1"); echo "Z:${p//\//\\}"; }
 
 # The Wine server and the virtual display are shared by every command of this
 # checkout that runs Windows programs. Each holds a shared lock on one file for its

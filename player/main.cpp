@@ -1,5 +1,6 @@
 // tsplay: the reference host. It loads the driver module the way the host does
 // and drives it through the driver object alone.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -28,11 +29,13 @@ struct Options {
   std::string exportPath;  // empty: no export
   bool info = false;
   std::string offlineDir;
+  std::string rawVideo;
   std::string contactSheet;
   std::string audio, waveform;
   OfflineDrawing drawing = OfflineDrawing::project;
   bool live = false;
   double from = 0.0, to = 0.0, fps = 25.0;
+  bool toEnd = false;  // --to end: the project's last frame
   double seconds = -1.0;  // below 0: to the project's end
   unsigned int width = 640, height = 480;
 };
@@ -54,13 +57,17 @@ int usage(FILE* out) {
                "  --offline DIR      offline mode: render frames into DIR/frame_NNNNN.png, with\n"
                "                     a progress bar; frame times run --from to --to at --fps\n"
                "  --from SECONDS     first frame time (default 0)\n"
-               "  --to SECONDS       last offline frame time (default 0: one frame)\n"
+               "  --to SECONDS|end   last offline frame time (default 0: one frame); end: the\n"
+               "                     last frame that starts before the project's end\n"
                "  --fps N            frames per second offline (default 25)\n"
                "  --contact-sheet F  offline, also write F: one PNG of twelve frames spread\n"
                "                     over the run, in a grid, and under it the soundtrack's\n"
                "                     outline with the frames' times marked\n"
+               "  --raw-video FILE   offline, every frame into FILE (a named pipe, say) instead\n"
+               "                     of PNG files: raw, width x height x 4 bytes, B G R A\n"
                "  --audio FILE       offline, also write FILE: the soundtrack of the frames'\n"
-               "                     span as 44.1 kHz stereo WAV, to the sample\n"
+               "                     span as 44.1 kHz stereo WAV, to the sample; silence\n"
+               "                     without a soundtrack\n"
                "  --waveform FILE    offline, also write FILE: the soundtrack's outline as PNG\n"
                "  --floor png|readback  offline, to measure the cost of frame output: draw\n"
                "                     nothing, clear each frame and write it (png) or only\n"
@@ -106,6 +113,11 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       options.exportPath = text;
     } else if (arg == "--offline" && value(text)) {
       options.offlineDir = text;
+    } else if (arg == "--raw-video" && value(text)) {
+      options.rawVideo = text;
+    } else if (arg == "--to" && i + 1 < argc && std::string(argv[i + 1]) == "end") {
+      options.toEnd = true;
+      ++i;
     } else if (arg == "--contact-sheet" && value(text)) {
       options.contactSheet = text;
     } else if (arg == "--audio" && value(text)) {
@@ -147,7 +159,7 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       return false;
     }
   }
-  if (options.fps <= 0.0 || options.to < options.from) {
+  if (options.fps <= 0.0 || (!options.toEnd && options.to < options.from)) {
     std::fprintf(stderr, "tsplay: need --fps above 0 and --to not before --from\n");
     exitCode = 2;
     return false;
@@ -226,11 +238,13 @@ int main(int argc, char** argv) {
     if (const int status = animation_file::write(stage, *driver, project, library, options.exportPath)) return status;
   }
 
-  if (!options.offlineDir.empty()) {
+  if (!options.offlineDir.empty() || !options.rawVideo.empty()) {
     Stage stage(*driver, module.handle(), options.width, options.height, false);
     if (!buildStage(stage, *driver, options, project, library, error)) return fail(error);
-    const int status = renderOffline(stage, {options.offlineDir, options.from, options.to, options.fps,
-                                                 options.contactSheet, options.audio, options.waveform, options.drawing});
+    const double lastStart = stage.project().endTime() - 1.0 / options.fps;
+    const double to = options.toEnd ? std::max(lastStart, options.from) : options.to;
+    const int status = renderOffline(stage, {options.offlineDir, options.rawVideo, options.from, to, options.fps,
+                                             options.contactSheet, options.audio, options.waveform, options.drawing});
     if (status != 0) return status;
   }
   if (options.live) {

@@ -8,6 +8,7 @@
 #include "player/contact_sheet.h"
 #include "player/host/device_tap.h"
 #include "player/host/frame_capture.h"
+#include "player/host/frame_stream.h"
 #include "player/host/frame_writer.h"
 #include "player/progress.h"
 #include "player/soundtrack.h"
@@ -60,15 +61,14 @@ constexpr int kWaveformWidth = 1200, kWaveformHeight = 200;
 // The soundtrack's files that the options ask for, and its strip on the sheet. 0, or 1 with a message.
 int writeSoundtrack(Stage& stage, const OfflineOptions& options, long count, ContactSheet& sheet) {
   const std::string& track = stage.project().soundtrackPath();
-  const bool anyAsked = !options.audio.empty() || !options.waveform.empty();
-  if (track.empty()) {
-    if (anyAsked) std::fprintf(stderr, "tsplay: --audio and --waveform need a project with a soundtrack\n");
-    return anyAsked ? 1 : 0;
-  }
   std::string error;
   if (!options.audio.empty() && !soundtrack::writeSpan(track, options.from, count, options.fps, options.audio, error)) {
     std::fprintf(stderr, "tsplay: %s\n", error.c_str());
     return 1;
+  }
+  if (track.empty()) {
+    if (!options.waveform.empty()) std::fprintf(stderr, "tsplay: --waveform needs a project with a soundtrack\n");
+    return options.waveform.empty() ? 0 : 1;
   }
   if (options.waveform.empty() && options.contactSheet.empty()) return 0;
   soundtrack::Session session(stage.soundPlayer());
@@ -132,7 +132,8 @@ void Stage::setEffectsOpen(bool open) {
 }
 
 int renderOffline(Stage& stage, const OfflineOptions& options) {
-  if (!CreateDirectoryA(options.folder.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
+  const bool streaming = !options.rawVideo.empty();
+  if (!streaming && !CreateDirectoryA(options.folder.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
     std::fprintf(stderr, "tsplay: cannot create the output folder '%s'\n", options.folder.c_str());
     return 1;
   }
@@ -148,8 +149,20 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
   QueryPerformanceFrequency(&frequency);
   QueryPerformanceCounter(&started);
   {
-    // Timed up to finish(), which waits for the last frames to be written.
-    host::FrameWriter writer(std::max(std::thread::hardware_concurrency(), 1u));
+    std::unique_ptr<host::FrameStream> stream;
+    if (streaming) {
+      stream = std::make_unique<host::FrameStream>(options.rawVideo);
+      if (!stream->isOpen()) {
+        std::fprintf(stderr, "tsplay: cannot open the raw video stream '%s'\n", options.rawVideo.c_str());
+        return 1;
+      }
+    }
+    // Timed up to finish(), which waits for the last frames to be written. A stream keeps its
+    // frames in order with one worker.
+    const unsigned int workers = streaming ? 1u : std::max(std::thread::hardware_concurrency(), 1u);
+    const auto toStream = [&stream](const Frame& frame, const std::string&) { return stream->write(frame); };
+    host::FrameWriter writer(workers,
+                             streaming ? host::FrameWriter::Save(toStream) : host::FrameWriter::Save(host::saveFrame));
     for (long i = 0; i < count && !writer.failed(); ++i) {
       if (options.drawing == OfflineDrawing::project)
         stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
@@ -163,20 +176,22 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
       }
       if (!options.contactSheet.empty())
         sheet.add(static_cast<int>(i), frame.pixels.data(), static_cast<int>(frame.width), static_cast<int>(frame.height));
-      if (writing) writer.write(framePath(options.folder, i));
+      if (writing) writer.write(streaming ? options.rawVideo : framePath(options.folder, i));
       window->present();
       progress.show(i + 1);
     }
     std::string failedPath;
     if (!writer.finish(failedPath)) {
-      std::fprintf(stderr, "\ntsplay: cannot write the frame '%s'\n", failedPath.c_str());
+      std::fprintf(stderr, "\ntsplay: cannot write %s '%s'\n", streaming ? "to the raw video stream" : "the frame",
+                   failedPath.c_str());
       return 1;
     }
   }
   progress.finish();
   QueryPerformanceCounter(&ended);
   const double seconds = static_cast<double>(ended.QuadPart - started.QuadPart) / static_cast<double>(frequency.QuadPart);
-  std::printf("%ld frames written to %s in %.2f s (%.1f frames a second)\n", count, options.folder.c_str(), seconds,
+  std::printf("%ld frames written to %s in %.2f s (%.1f frames a second)\n", count,
+              (streaming ? options.rawVideo : options.folder).c_str(), seconds,
               seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0);
   if (const int status = writeSoundtrack(stage, options, count, sheet)) return status;
   if (!options.contactSheet.empty()) {

@@ -41,7 +41,8 @@ class Stage {
 enum class OfflineDrawing { project, clearedFrames, readBackOnly };
 
 struct OfflineOptions {
-  std::string folder;
+  std::string folder;        // the PNG files' folder, unless the frames go to rawVideo
+  std::string rawVideo;      // empty: none; else every frame raw, in order, into this file or pipe
   double from = 0.0, to = 0.0, fps = 25.0;
   std::string contactSheet;  // empty: none; with a soundtrack, its outline under the frames
   std::string audio;         // empty: none; else the soundtrack of the frames' span, as WAV
@@ -49,8 +50,10 @@ struct OfflineOptions {
   OfflineDrawing drawing = OfflineDrawing::project;
 };
 
-// Frames `from` to `to` at `fps` into folder/frame_NNNNN.png, with a progress bar
-// on stderr, encoded on worker threads beside the drawing. Each frame appears whole or not at all. With a contact sheet path, a grid
+// Frames `from` to `to` at `fps` into folder/frame_NNNNN.png, or into the raw video stream,
+// with a progress bar on stderr, written on worker threads beside the drawing. Each PNG
+// appears whole or not at all; the stream is closed before the soundtrack's files are
+// written, so that its reader can finish meanwhile. With a contact sheet path, a grid
 // of frames spread over the run is written there too. 0 on success, else 1 with a
 // message.
 int renderOffline(Stage& stage, const OfflineOptions& options);

@@ -35,13 +35,15 @@ std::unique_ptr<tssound::Decoder> decoderOf(const std::string& path, std::string
 
 bool writeSpan(const std::string& soundtrack, double from, long frames, double fps, const std::string& path,
                std::string& error) {
-  std::unique_ptr<tssound::Decoder> decoder = decoderOf(soundtrack, error);
-  if (!decoder) return false;
-  tssound::StereoStream sound(std::move(decoder));
   const auto count = static_cast<size_t>(std::llround(static_cast<double>(frames) * kRate / fps));
   std::vector<int16_t> samples(count * 2, 0);
-  // A span that starts past the sound's end is all silence.
-  if (sound.seek(from)) sound.read(samples.data(), count);
+  if (!soundtrack.empty()) {
+    std::unique_ptr<tssound::Decoder> decoder = decoderOf(soundtrack, error);
+    if (!decoder) return false;
+    tssound::StereoStream sound(std::move(decoder));
+    // A span that starts past the sound's end is all silence.
+    if (sound.seek(from)) sound.read(samples.data(), count);
+  }
   if (!tssound::writeWav(path, samples, 2, kRate)) {
     error = "cannot write the soundtrack span '" + path + "'";
     return false;

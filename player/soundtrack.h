@@ -25,7 +25,8 @@ class Session {
 };
 
 // The sound from `from` seconds for `frames` frames at `fps`, as 44.1 kHz stereo WAV: frame i
-// starts at sample round(i x 44100 / fps), and silence fills what lies past the sound's end.
+// starts at sample round(i x 44100 / fps), and silence fills what lies past the sound's end;
+// with no soundtrack (an empty path) the span is all silence.
 // False with `error` set when the soundtrack can't be decoded or the file can't be written.
 bool writeSpan(const std::string& soundtrack, double from, long frames, double fps, const std::string& path,
                std::string& error);

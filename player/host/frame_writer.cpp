@@ -1,10 +1,11 @@
 #include "player/host/frame_writer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace host {
 
-FrameWriter::FrameWriter(unsigned int workerCount) {
+FrameWriter::FrameWriter(unsigned int workerCount, Save save_) : save(std::move(save_)) {
   workerCount = std::max(workerCount, 1u);
   for (unsigned int i = 0; i <= workerCount; ++i) {
     jobs.push_back(std::make_unique<Job>());
@@ -63,7 +64,7 @@ void FrameWriter::work() {
     // After a failure the run stops: later frames are dropped, not written past a gap.
     const bool skip = !firstFailure.empty();
     lock.unlock();
-    const bool written = skip || saveFrame(job->frame, job->path);
+    const bool written = skip || save(job->frame, job->path);
     lock.lock();
     if (!written && firstFailure.empty()) firstFailure = job->path;
     --busy;

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -12,13 +13,15 @@
 
 namespace host {
 
-// Writes frames as PNG files on worker threads, so that the thread that draws only reads
-// them back. Frames are taken up in the order given, each file appears whole or not at all,
-// and the frame buffers are reused: there are one more than workers, and next() waits
-// while all are being written.
+// Writes frames on worker threads, so that the thread that draws only reads them back: as PNG
+// files, each whole or not at all, or through another way of saving. Frames are taken up in
+// the order given, so one worker saves them in that order; the frame buffers are reused:
+// there are one more than workers, and next() waits while all are being written.
 class FrameWriter {
  public:
-  explicit FrameWriter(unsigned int workers);
+  // Saves a frame to a path; false when it could not.
+  using Save = std::function<bool(const Frame&, const std::string&)>;
+  explicit FrameWriter(unsigned int workers, Save save = saveFrame);
   // Writes what is queued, then ends the workers.
   ~FrameWriter();
   FrameWriter(const FrameWriter&) = delete;
@@ -41,6 +44,7 @@ class FrameWriter {
   };
   void work();
 
+  const Save save;
   std::vector<std::unique_ptr<Job>> jobs;
   std::vector<Job*> free;
   std::deque<Job*> queued;

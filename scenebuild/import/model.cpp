@@ -4,47 +4,46 @@
 
 namespace tsimport {
 
-ts3d::vect3 Conversion::mirrored(float x, float y, float z) const {
-  // Z up, right-handed, to Y up, left-handed is a swap of y and z; Y up needs z negated.
-  return up == UpAxis::Z ? ts3d::vect3(x, z, y) : ts3d::vect3(x, y, -z);
+ts3d::vect3 Conversion::turned(float x, float y, float z) const {
+  return up == UpAxis::Z ? ts3d::vect3(x, z, -y) : ts3d::vect3(x, y, z);
 }
 
-ts3d::vect3 Conversion::position(float x, float y, float z) const { return mirrored(x, y, z) * factor; }
+ts3d::vect3 Conversion::position(float x, float y, float z) const { return turned(x, y, z) * factor; }
 
-ts3d::vect3 Conversion::direction(float x, float y, float z) const { return mirrored(x, y, z); }
+ts3d::vect3 Conversion::direction(float x, float y, float z) const { return turned(x, y, z); }
 
 ts3d::vect3 Conversion::scaleFactors(float x, float y, float z) const {
+  // Factors have no sign to turn: only the axes they lie along change places.
   return up == UpAxis::Z ? ts3d::vect3(x, z, y) : ts3d::vect3(x, y, z);
 }
 
 ts3d::quat Conversion::rotation(float x, float y, float z, float w) const {
-  // A mirror M turns a rotation about axis a into one about M a the other way round:
-  // the vector part becomes -M v, the scalar stays.
-  ts3d::vect3 axis = mirrored(x, y, z);
-  return ts3d::quat(-axis.x, -axis.y, -axis.z, w);
+  // A rotation R turns a rotation about axis a into one about R a by the same angle. The
+  // engine's quaternion matrices are the row-vector transposes of glTF's: the same values.
+  ts3d::vect3 axis = turned(x, y, z);
+  return ts3d::quat(axis.x, axis.y, axis.z, w);
 }
 
 ts3d::matrix Conversion::matrix(const float columnMajor[16]) const {
-  // The file's column-vector matrix A (A[r][c] = columnMajor[c * 4 + r]) becomes M A M; as a
-  // row-vector matrix that is its transpose, so out[r][c] = (M A M)[c][r].
-  ts3d::vect3 axes[3] = {mirrored(1, 0, 0), mirrored(0, 1, 0), mirrored(0, 0, 1)};
-  float mirror[4][4] = {};
+  // The file's column-vector matrix A (A[r][c] = columnMajor[c * 4 + r]) becomes R A R^T; as a
+  // row-vector matrix that is its transpose, so out[r][c] = (R A R^T)[c][r].
+  ts3d::vect3 axes[3] = {turned(1, 0, 0), turned(0, 1, 0), turned(0, 0, 1)};
+  float turn[4][4] = {}, back[4][4] = {};
   for (int c = 0; c < 3; ++c) {
-    mirror[0][c] = axes[c].x;
-    mirror[1][c] = axes[c].y;
-    mirror[2][c] = axes[c].z;
+    const float column[3] = {axes[c].x, axes[c].y, axes[c].z};
+    for (int r = 0; r < 3; ++r) turn[r][c] = back[c][r] = column[r];
   }
-  mirror[3][3] = 1.0f;
+  turn[3][3] = back[3][3] = 1.0f;
   float a[4][4];
   for (int r = 0; r < 4; ++r)
     for (int c = 0; c < 4; ++c) a[r][c] = columnMajor[c * 4 + r];
   float ma[4][4] = {}, mam[4][4] = {};
   for (int r = 0; r < 4; ++r)
     for (int c = 0; c < 4; ++c)
-      for (int k = 0; k < 4; ++k) ma[r][c] += mirror[r][k] * a[k][c];
+      for (int k = 0; k < 4; ++k) ma[r][c] += turn[r][k] * a[k][c];
   for (int r = 0; r < 4; ++r)
     for (int c = 0; c < 4; ++c)
-      for (int k = 0; k < 4; ++k) mam[r][c] += ma[r][k] * mirror[k][c];
+      for (int k = 0; k < 4; ++k) mam[r][c] += ma[r][k] * back[k][c];
   ts3d::matrix out;
   for (int r = 0; r < 4; ++r)
     for (int c = 0; c < 4; ++c) out.m[r][c] = mam[c][r];

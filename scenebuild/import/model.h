@@ -1,8 +1,9 @@
 #pragma once
 
-// What an imported file holds, in the engine's own coordinates (left-handed, +Y up, row
-// vectors), before any engine object exists: the platform-free half of the importer. The
-// readers of each format fill it; the Windows half turns it into a scene.
+// What an imported file holds, in the engine's own coordinates (right-handed, +Y up, as glTF
+// and OBJ; the engine's maths takes row vectors), before any engine object exists: the
+// platform-free half of the importer. The readers of each format fill it; the Windows half
+// turns it into a scene.
 
 #include <cstdint>
 #include <string>
@@ -54,7 +55,7 @@ struct TexCoord {
 };
 
 // The vertices of one material within a mesh, at most kMaxPartVertices of them, and its
-// triangles wound clockwise seen from the front (the engine's convention).
+// triangles wound counter-clockwise seen from the front (glTF's and the engine's convention).
 struct MeshPart {
   int material = -1;  // index into Model::materials; -1: the default material
   std::vector<ts3d::vect3> positions;
@@ -107,8 +108,11 @@ struct Light {
   float range = 0.0f;  // 0: unbounded
 };
 
+// Nodes, meshes, cameras and skins keep the glTF file's numbering, so that what refers to them
+// by index there (animation channels, skins' joints) does here too. A parent may come after
+// its children; the readers refuse cycles and nodes with two parents.
 struct Model {
-  std::vector<Node> nodes;  // parents before children
+  std::vector<Node> nodes;
   std::vector<Mesh> meshes;
   std::vector<Material> materials;
   std::vector<Texture> textures;
@@ -120,9 +124,9 @@ struct Model {
 
 enum class UpAxis { Y, Z };
 
-// The one place where a file's right-handed coordinates (glTF and OBJ: +Y up, or +Z up when
-// asked) become the engine's left-handed ones with +Y up, scaled. Mirroring swaps handedness,
-// so triangles change winding: the readers reverse every triangle.
+// The one place where a file's coordinates become the engine's. Both are right-handed, so with
+// +Y up only the scale applies; with +Z up (asked for) everything turns -90 degrees about X.
+// A proper rotation keeps the triangles' winding.
 class Conversion {
  public:
   explicit Conversion(float scale = 1.0f, UpAxis up = UpAxis::Y) : factor(scale), up(up) {}
@@ -142,7 +146,7 @@ class Conversion {
                  ts3d::vect3& scale) const;
 
  private:
-  ts3d::vect3 mirrored(float x, float y, float z) const;
+  ts3d::vect3 turned(float x, float y, float z) const;
 
   float factor;
   UpAxis up;

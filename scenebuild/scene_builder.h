@@ -115,6 +115,10 @@ class SceneBuilder {
                             ts3d::controller::ControllerBase<float>* offsetU = nullptr);
   ts3d::MeshSimple* mesh(ts3d::HierarchyNode* node, const Shape& shape, ts3d::Material* material,
                          bool textureCoordinates = true);
+  // A mesh of geometry made elsewhere (taken over). With ids, geometry is a composite and
+  // ids[i] is the material id of its child i.
+  ts3d::MeshSimple* geometryMesh(ts3d::HierarchyNode* node, ts3d::Geometry* geometry, ts3d::Material* material,
+                                 const std::vector<uint32_t>& ids = {});
   // A table of sub-materials, each given with the material id that selects it.
   ts3d::MaterialComposite* compositeMaterial(const std::vector<std::pair<uint32_t, ts3d::Material*>>& subMaterials);
   // A mesh of composite geometry, one child per part: under a composite material each child is

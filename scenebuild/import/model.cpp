@@ -1,8 +1,15 @@
 #include "scenebuild/import/model.h"
 
 #include <cmath>
+#include <sstream>
 
 namespace tsimport {
+
+void addWarningLines(const std::string& lines, Model& model) {
+  std::istringstream in(lines);
+  for (std::string line; std::getline(in, line);)
+    if (!line.empty()) model.warnings.push_back(line);
+}
 
 ts3d::vect3 Conversion::turned(float x, float y, float z) const {
   return up == UpAxis::Z ? ts3d::vect3(x, z, -y) : ts3d::vect3(x, y, z);

@@ -119,8 +119,12 @@ struct Model {
   std::vector<Camera> cameras;
   std::vector<Light> lights;
   std::vector<Skin> skins;
-  std::vector<std::string> warnings;
+  std::vector<std::string> warnings;  // what was dropped
+  std::vector<std::string> notes;     // what was made up: default camera, light
 };
+
+// A parser's warnings, one a line, as the model's.
+void addWarningLines(const std::string& lines, Model& model);
 
 enum class UpAxis { Y, Z };
 
@@ -129,7 +133,7 @@ enum class UpAxis { Y, Z };
 // A proper rotation keeps the triangles' winding.
 class Conversion {
  public:
-  explicit Conversion(float scale = 1.0f, UpAxis up = UpAxis::Y) : factor(scale), up(up) {}
+  explicit Conversion(float scale = 1.0f, UpAxis upAxis = UpAxis::Y) : factor(scale), up(upAxis) {}
 
   // A point: positions, translations.
   ts3d::vect3 position(float x, float y, float z) const;

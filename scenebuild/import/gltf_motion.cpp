@@ -271,33 +271,27 @@ bool readInfluences(const tinygltf::Model& gltf, const tinygltf::Primitive& prim
   return true;
 }
 
-// The parts of every mesh that a skinned node shows take their vertices' influences.
+// The parts of every mesh that a skinned node shows take their vertices' influences; each of
+// them must have some.
 bool readSkinnedParts(const tinygltf::Model& gltf, Model& model, std::string& error) {
-  for (size_t n = 0; n < gltf.nodes.size(); ++n) {
-    const tinygltf::Node& node = gltf.nodes[n];
+  for (const Node& node : model.nodes) {
     if (node.skin < 0) continue;
-    const std::string where = "node " + std::to_string(n);
-    if (static_cast<size_t>(node.skin) >= model.skins.size())
-      return fail(error, where, "skin " + std::to_string(node.skin) + " does not exist");
-    model.nodes[n].skin = node.skin;
-    if (node.mesh < 0) continue;
-    if (static_cast<size_t>(node.mesh) >= model.meshes.size() || static_cast<size_t>(node.mesh) >= gltf.meshes.size())
-      return fail(error, where, "mesh " + std::to_string(node.mesh) + " does not exist");
-    const tinygltf::Mesh& source = gltf.meshes[static_cast<size_t>(node.mesh)];
-    for (MeshPart& part : model.meshes[static_cast<size_t>(node.mesh)].parts) {
-      const std::string at = "mesh " + std::to_string(node.mesh) + " primitive " + std::to_string(part.sourcePrimitive);
-      if (part.sourcePrimitive < 0 || static_cast<size_t>(part.sourcePrimitive) >= source.primitives.size())
-        return fail(error, at, "does not exist");
-      std::vector<Influence> influences;
-      if (!readInfluences(gltf, source.primitives[static_cast<size_t>(part.sourcePrimitive)],
-                          model.skins[static_cast<size_t>(node.skin)].joints.size(), influences, error))
-        return fail(error, at, error);
-      if (influences.empty()) continue;
-      part.influences.clear();
-      for (uint32_t vertex : part.sourceVertices) {
-        if (vertex >= influences.size())
-          return fail(error, at, "vertex " + std::to_string(vertex) + " has no joints");
-        part.influences.push_back(influences[vertex]);
+    const size_t skinJoints = model.skins[static_cast<size_t>(node.skin)].joints.size();
+    for (int mesh : node.meshes) {
+      const tinygltf::Mesh& source = gltf.meshes[static_cast<size_t>(mesh)];
+      for (MeshPart& part : model.meshes[static_cast<size_t>(mesh)].parts) {
+        const std::string where = "mesh " + std::to_string(mesh) + " primitive " + std::to_string(part.sourcePrimitive);
+        std::vector<Influence> influences;
+        if (!readInfluences(gltf, source.primitives[static_cast<size_t>(part.sourcePrimitive)], skinJoints,
+                            influences, error))
+          return fail(error, where, error);
+        if (influences.empty()) return fail(error, where, "skinned, but without JOINTS_0 and WEIGHTS_0");
+        part.influences.clear();
+        for (uint32_t vertex : part.sourceVertices) {
+          if (vertex >= influences.size())
+            return fail(error, where, "vertex " + std::to_string(vertex) + " has no joints");
+          part.influences.push_back(influences[vertex]);
+        }
       }
     }
   }

@@ -21,7 +21,7 @@ ts3d::HierarchyNode* animatedNode(scenebuild::SceneBuilder& builder, ts3d::Hiera
                       controllerOf(animation.rotation, node.rotation), controllerOf(animation.scale, node.scale));
 }
 
-ts3d::MeshSimple* skinnedPart(scenebuild::SceneBuilder& builder, const scenebuild::Shape& shape,
+ts3d::MeshSimple* skinnedPart(scenebuild::SceneBuilder& builder, ts3d::GeometryWeighted* geometry,
                               const MeshPart& part, ts3d::Material* material, const Skin& skin,
                               const std::vector<ts3d::HierarchyNode*>& sceneNodes) {
   std::vector<ts3d::HierarchyNode*> bones;
@@ -34,14 +34,13 @@ ts3d::MeshSimple* skinnedPart(scenebuild::SceneBuilder& builder, const scenebuil
     D3DXMatrixInverse(&pose, nullptr, &skin.inverseBind[j]);
     bindPose.push_back(pose);
   }
-  std::vector<ts3d::VertexWeight> weights;
   for (const Influence& influence : part.influences) {
     ts3d::VertexWeight weight;
     std::copy_n(influence.joints, 4, weight.bones);
     std::copy_n(influence.weights, 3, weight.weights);  // the fourth is what the others leave
-    weights.push_back(weight);
+    geometry->vertexWeights.push_back(weight);
   }
-  return builder.skinnedMesh(shape, material, bones, bindPose, std::move(weights));
+  return builder.skinnedMesh(geometry, material, bones, bindPose);
 }
 
 }  // namespace tsimport

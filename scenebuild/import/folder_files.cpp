@@ -18,8 +18,11 @@ bool FolderFiles::staysInside(const std::string& name) {
   return true;
 }
 
-bool FolderFiles::exists(const std::string& name) const {
-  if (!staysInside(name)) return false;
+bool FolderFiles::exists(const std::string& name) {
+  if (!staysInside(name)) {
+    if (refused.empty()) refused = name;
+    return false;
+  }
   std::FILE* file = std::fopen((folder + "/" + name).c_str(), "rb");
   if (!file) return false;
   std::fclose(file);

@@ -26,7 +26,9 @@ class FolderFiles {
   // Reads name (relative to the folder); false with error when it leaves the folder, is
   // missing, unreadable or too large. A name leaving the folder is also remembered.
   bool read(const std::string& name, std::vector<uint8_t>& bytes, std::string& error);
-  bool exists(const std::string& name) const;
+  // Whether name (relative to the folder) is a file there; a name leaving the folder is
+  // remembered, not looked for.
+  bool exists(const std::string& name);
   // The first name that was refused for leaving the folder, empty if none.
   const std::string& refusedName() const { return refused; }
 

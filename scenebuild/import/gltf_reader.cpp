@@ -92,6 +92,15 @@ float number(const std::vector<double>& values, size_t i, float otherwise) {
   return i < values.size() ? static_cast<float>(values[i]) : otherwise;
 }
 
+// The parser's first line of complaint, without the data URIs it quotes whole.
+std::string parserMessage(const std::string& text) {
+  constexpr size_t kMaxLength = 200;
+  std::string line = text.substr(0, text.find('\n'));
+  for (size_t at; (at = line.find("data:")) != std::string::npos;)
+    line.replace(at, line.find(' ', at) == std::string::npos ? std::string::npos : line.find(' ', at) - at, "(data URI)");
+  return line.size() > kMaxLength ? line.substr(0, kMaxLength) + "..." : line;
+}
+
 void readTextures(const tinygltf::Model& gltf, Model& model) {
   for (size_t i = 0; i < gltf.images.size(); ++i) {
     const tinygltf::Image& image = gltf.images[i];
@@ -316,7 +325,7 @@ bool readGltf(const std::vector<uint8_t>& bytes, FolderFiles& files, const Conve
     return false;
   }
   if (!parsed) {
-    error = parseError.empty() ? "not a glTF file" : parseError.substr(0, parseError.find('\n'));
+    error = parseError.empty() ? "not a glTF file" : parserMessage(parseError);
     return false;
   }
   addWarningLines(parseWarning, model);

@@ -114,7 +114,8 @@ bool readSampler(const tinygltf::Model& gltf, const tinygltf::AnimationSampler& 
     return fail(error, "output", std::to_string(read.values.size() / components) + " values for " +
                                      std::to_string(read.times.size()) + " key times");
   for (size_t k = 0; k < read.times.size(); ++k) {
-    if (!std::isfinite(read.times[k])) return fail(error, "input", "key time " + std::to_string(k) + " is not a number");
+    if (!std::isfinite(read.times[k]))
+      return fail(error, "input", "key time " + std::to_string(k) + " is not a number");
     if (k > 0 && read.times[k] < read.times[k - 1])
       return fail(error, "input", "key time " + std::to_string(k) + " is earlier than the one before");
   }

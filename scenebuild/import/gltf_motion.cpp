@@ -90,8 +90,7 @@ bool fail(std::string& error, const std::string& where, const std::string& why) 
   return false;
 }
 
-// A sampler's keys as linear keys: times ascending (equal times make a jump; times that go
-// back are refused rather than sorted, as their values would then be guesses), values of
+// A sampler's keys as linear keys: times ascending (equal times make a jump), values of
 // components floats each.
 bool readSampler(const tinygltf::Model& gltf, const tinygltf::AnimationSampler& sampler, size_t components,
                  RawKeys& keys, std::string& error) {
@@ -120,7 +119,7 @@ bool readSampler(const tinygltf::Model& gltf, const tinygltf::AnimationSampler& 
       return fail(error, "input", "key time " + std::to_string(k) + " is earlier than the one before");
   }
   for (float value : read.values)
-    if (!std::isfinite(value)) return fail(error, "output", "a value that is not a number");
+    if (!std::isfinite(value)) return fail(error, "output", "a value that is not a finite number");
   if (kind == Interpolation::kLinear)
     keys = std::move(read);
   else if (kind == Interpolation::kStep)
@@ -138,18 +137,18 @@ void fillTrack(const RawKeys& keys, size_t components, Track<T>& track, Convert 
 }
 
 // One channel into its node's track. The first channel to move a node's property wins; later
-// ones, and those of morph targets, only warn.
+// ones, those of morph targets and those without a node (which extensions may target
+// elsewhere) only warn.
 bool readChannel(const tinygltf::Model& gltf, const Conversion& conversion, const tinygltf::Animation& animation,
                  const tinygltf::AnimationChannel& channel, const std::string& where, Model& model,
                  std::string& error) {
-  if (channel.target_path == "weights") {
-    model.warnings.push_back(where + ": morph target weights dropped");
-    return true;
-  }
   const bool position = channel.target_path == "translation", rotation = channel.target_path == "rotation",
              scale = channel.target_path == "scale";
-  if (!position && !rotation && !scale) return fail(error, where, "unknown path \"" + channel.target_path + "\"");
-  if (channel.target_node < 0 || static_cast<size_t>(channel.target_node) >= model.nodes.size())
+  if ((!position && !rotation && !scale) || channel.target_node < 0) {
+    model.warnings.push_back(where + ": " + channel.target_path + " channel dropped");
+    return true;
+  }
+  if (static_cast<size_t>(channel.target_node) >= model.nodes.size())
     return fail(error, where, "node " + std::to_string(channel.target_node) + " does not exist");
   if (channel.sampler < 0 || static_cast<size_t>(channel.sampler) >= animation.samplers.size())
     return fail(error, where, "sampler " + std::to_string(channel.sampler) + " does not exist");
@@ -212,7 +211,7 @@ bool readSkins(const tinygltf::Model& gltf, const Conversion& conversion, Model&
   return true;
 }
 
-// Joint numbers and weights of one vertex, from JOINTS_n / WEIGHTS_n pairs.
+// JOINTS_n / WEIGHTS_n pairs read: four influences each.
 constexpr size_t kMaxInfluenceSets = 2;
 
 // The four strongest of a vertex's influences, their weights summing to 1; with no weight at

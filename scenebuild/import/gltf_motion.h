@@ -18,8 +18,8 @@ namespace tsimport {
 // the same file. Step samplers become two keys per step, the second one float step before the
 // next key's time, so that no frame time can fall between them; cubic splines are sampled
 // into linear keys (kCubicSamplesPerSecond). Channels that move morph targets only warn.
-// Values pass through conversion.
-// Returns false with error naming the animation, channel, sampler, skin or mesh at fault.
+// Key times that go back are refused, not sorted: the values in between would be guesses.
+// Values pass through conversion. Returns false with error naming the animation, channel, sampler, skin or mesh at fault.
 bool readMotion(const tinygltf::Model& gltf, const Conversion& conversion, Model& model, std::string& error);
 
 // Cubic splines become this many linear keys per second of animation (and at least one per

@@ -192,6 +192,12 @@ ts3d::MeshSimple* SceneBuilder::skinnedMesh(const Shape& shape, ts3d::Material* 
   auto* geometry = new ts3d::GeometryWeighted;
   fill(geometry, shape, true);
   geometry->vertexWeights = std::move(weights);
+  return skinnedMesh(geometry, material, bones, bindPose);
+}
+
+ts3d::MeshSimple* SceneBuilder::skinnedMesh(ts3d::GeometryWeighted* geometry, ts3d::Material* material,
+                                            const std::vector<ts3d::HierarchyNode*>& bones,
+                                            const std::vector<ts3d::matrix>& bindPose) {
   auto* skin = new ts3d::ModifierSkin;
   skin->bones = bones;
   for (const ts3d::matrix& pose : bindPose) {

@@ -132,6 +132,10 @@ class SceneBuilder {
   ts3d::MeshSimple* skinnedMesh(const Shape& shape, ts3d::Material* material,
                                 const std::vector<ts3d::HierarchyNode*>& bones,
                                 const std::vector<ts3d::matrix>& bindPose, std::vector<ts3d::VertexWeight> weights);
+  // The same for weighted geometry made elsewhere (taken over).
+  ts3d::MeshSimple* skinnedMesh(ts3d::GeometryWeighted* geometry, ts3d::Material* material,
+                                const std::vector<ts3d::HierarchyNode*>& bones,
+                                const std::vector<ts3d::matrix>& bindPose);
   // The first camera made becomes the active one. Vertical field of view in radians.
   ts3d::CameraSimple* camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane = 0.5f,
                              float farPlane = 1000.0f);

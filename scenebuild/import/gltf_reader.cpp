@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "scenebuild/import/gltf_accessor.h"
+#include "scenebuild/import/gltf_motion.h"
 #include "scenebuild/import/mesh_assembly.h"
 #include "scenebuild/import/tinygltf.h"
 
@@ -306,13 +307,6 @@ bool readNodes(const tinygltf::Model& gltf, const Conversion& conversion, Model&
   return true;
 }
 
-// What the importer does not make yet: skins and node animations, reported as dropped.
-void dropMotion(const tinygltf::Model& gltf, Model& model) {
-  if (!gltf.skins.empty()) model.warnings.push_back(std::to_string(gltf.skins.size()) + " skins dropped");
-  if (!gltf.animations.empty()) model.warnings.push_back(std::to_string(gltf.animations.size()) + " animations dropped");
-  for (Node& node : model.nodes) node.skin = -1;
-}
-
 }  // namespace
 
 bool readGltf(const std::vector<uint8_t>& bytes, FolderFiles& files, const Conversion& conversion, Model& model,
@@ -342,10 +336,8 @@ bool readGltf(const std::vector<uint8_t>& bytes, FolderFiles& files, const Conve
   readTextures(gltf, model);
   readMaterials(gltf, model);
   readCamerasAndLights(gltf, model);
-  if (!readMeshes(gltf, conversion, model, error) || !readNodes(gltf, conversion, model, error)) return false;
-  // Motion call site: node animations, skins and their vertex influences are read here.
-  dropMotion(gltf, model);
-  return true;
+  return readMeshes(gltf, conversion, model, error) && readNodes(gltf, conversion, model, error) &&
+         readMotion(gltf, conversion, model, error);
 }
 
 }  // namespace tsimport

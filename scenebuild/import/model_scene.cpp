@@ -1,20 +1,23 @@
 #include "scenebuild/import/model_scene.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iomanip>
+#include <sstream>
 
 #include "geometry/geometry_composite.h"
+#include "scenebuild/import/motion_scene.h"
 
 namespace tsimport {
 
 namespace {
 
-using scenebuild::constant;
-
 constexpr float kUnboundedRange = 1.0e6f;
 constexpr int32_t kBlendedOrder = 3;  // after the opaque meshes, back to front
 
-ts3d::GeometrySimple* makeGeometry(const MeshPart& part) {
-  auto* geometry = new ts3d::GeometrySimple;
+template <class Made = ts3d::GeometrySimple>
+Made* makeGeometry(const MeshPart& part) {
+  auto* geometry = new Made;
   geometry->positions = part.positions;
   geometry->normals = part.normals;
   geometry->colors = part.colors;
@@ -46,16 +49,21 @@ class SceneMaker {
     if (nodes[index]) return nodes[index];
     const Node& source = model.nodes[index];
     ts3d::HierarchyNode* parent = source.parent >= 0 ? node(source.parent) : builder.root();
-    // Motion call site: an animated node's keyed controllers replace these constants.
-    ts3d::HierarchyNode* made =
-        builder.node(parent, constant(source.position), constant(source.rotation), constant(source.scale));
+    ts3d::HierarchyNode* made = animatedNode(builder, parent, source);
     nodes[index] = made;
     ++summary.nodes;
     const NodeAnimation& motion = source.animation;
     if (!motion.position.times.empty() || !motion.rotation.times.empty() || !motion.scale.times.empty())
       ++summary.animatedNodes;
-    // Motion call site: a node with a skin (source.skin >= 0) takes the skinned branch here.
-    for (int mesh : source.meshes) addMesh(made, model.meshes[mesh]);
+    for (const std::vector<float>* times : {&motion.position.times, &motion.rotation.times, &motion.scale.times})
+      if (!times->empty()) summary.animationSeconds = std::max(summary.animationSeconds, times->back());
+    for (int mesh : source.meshes) {
+      count(model.meshes[mesh]);
+      if (source.skin >= 0)
+        addSkinnedMesh(model.meshes[mesh], model.skins[source.skin]);
+      else
+        addMesh(made, model.meshes[mesh]);
+    }
     if (source.camera >= 0) {
       const Camera& camera = model.cameras[source.camera];
       builder.camera(made, camera.yfov, camera.znear, camera.zfar);
@@ -69,10 +77,14 @@ class SceneMaker {
     return made;
   }
 
-  void addMesh(ts3d::HierarchyNode* at, const Mesh& mesh) {
+  void count(const Mesh& mesh) {
     if (mesh.parts.empty()) return;
     for (const MeshPart& part : mesh.parts) summary.triangles += static_cast<uint32_t>(part.indices.size() / 3);
     ++summary.meshes;
+  }
+
+  void addMesh(ts3d::HierarchyNode* at, const Mesh& mesh) {
+    if (mesh.parts.empty()) return;
     if (mesh.parts.size() == 1) {
       builder.geometryMesh(at, makeGeometry(mesh.parts[0]), material(mesh.parts[0].material));
       return;
@@ -88,6 +100,14 @@ class SceneMaker {
       table.push_back({id, material(part.material)});
     }
     builder.geometryMesh(at, geometry, builder.compositeMaterial(table), ids);
+  }
+
+  // A skinned mesh per part: a skin can't follow composite geometry. The joints' nodes are made
+  // first where they are not yet.
+  void addSkinnedMesh(const Mesh& mesh, const Skin& skin) {
+    for (int joint : skin.joints) node(joint);
+    for (const MeshPart& part : mesh.parts)
+      skinnedPart(builder, makeGeometry<ts3d::GeometryWeighted>(part), part, material(part.material), skin, nodes);
   }
 
   ts3d::Material* material(int index) {
@@ -141,6 +161,13 @@ std::string counted(uint32_t count, const char* one, const char* many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+// "2.50 s": hundredths, finer than a frame at the usual rates.
+std::string seconds(float value) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(2) << value << " s";
+  return text.str();
+}
+
 }  // namespace
 
 std::string SceneSummary::line() const {
@@ -148,7 +175,7 @@ std::string SceneSummary::line() const {
          counted(triangles, "triangle", "triangles") + ", " + counted(materials, "material", "materials") + ", " +
          counted(textures, "texture", "textures") + ", " + counted(cameras, "camera", "cameras") + ", " +
          counted(lights, "light", "lights") + ", " + counted(animatedNodes, "animated node", "animated nodes") + ", " +
-         counted(skins, "skin", "skins");
+         counted(skins, "skin", "skins") + ", " + seconds(animationSeconds) + " of animation";
 }
 
 SceneSummary buildScene(const Model& model, scenebuild::SceneBuilder& builder) {

@@ -15,6 +15,7 @@ namespace tsimport {
 struct SceneSummary {
   uint32_t nodes = 0, meshes = 0, triangles = 0, materials = 0, textures = 0, cameras = 0, lights = 0,
            animatedNodes = 0, skins = 0;
+  float animationSeconds = 0.0f;  // the last key's time of any animated node
 
   // "12 nodes, 3 meshes, ..." in one line.
   std::string line() const;

@@ -2,6 +2,7 @@
 // a refusal with a reason, or a model whose every part keeps to its bounds; never a crash, a
 // read outside the input or an allocation from an unchecked size. The model's folder holds
 // nothing, so what the file names is never found.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
@@ -27,8 +28,19 @@ void importAs(const std::vector<uint8_t>& bytes, tsimport::Format format) {
       check(part.indices.size() % 3 == 0);
       for (uint16_t index : part.indices) check(index < part.positions.size());
     }
-  for (const tsimport::Node& node : model.nodes)
+  for (const tsimport::Node& node : model.nodes) {
     for (int mesh : node.meshes) check(mesh >= 0 && static_cast<size_t>(mesh) < model.meshes.size());
+    const tsimport::Track<ts3d::quat>& turn = node.animation.rotation;
+    check(turn.values.size() == turn.times.size() && std::is_sorted(turn.times.begin(), turn.times.end()));
+    if (node.skin < 0) continue;
+    const size_t joints = model.skins[node.skin].joints.size();
+    for (int mesh : node.meshes)
+      for (const tsimport::MeshPart& part : model.meshes[mesh].parts) {
+        check(part.influences.size() == part.positions.size());
+        for (const tsimport::Influence& influence : part.influences)
+          check(std::all_of(influence.joints, influence.joints + 4, [&](uint8_t j) { return j < joints; }));
+      }
+  }
 }
 
 }  // namespace

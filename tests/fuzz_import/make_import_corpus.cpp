@@ -1,10 +1,11 @@
 // Writes the seed corpus of fuzz_import into the folder given: a textured cube as .gltf, .glb
-// and .obj, and a strip without normals.
+// and .obj, a strip without normals, and an animated skinned arm.
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "tests/gfxhelper/test_images.h"
+#include "tests/import/gltf_build.h"
 #include "tests/import/model_writer.h"
 
 namespace {
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
   const bool ok = save(folder + "/cube.gltf", importtest::gltf(cube, png)) &&
                   save(folder + "/cube.glb", std::string(glb.begin(), glb.end())) &&
                   save(folder + "/cube.obj", importtest::obj(cube)) &&
-                  save(folder + "/strip.gltf", importtest::gltf(importtest::strip(8), {}));
+                  save(folder + "/strip.gltf", importtest::gltf(importtest::strip(8), {})) &&
+                  save(folder + "/arm.glb", motiontest::armGlb());
   return ok ? 0 : 1;
 }

@@ -1,6 +1,7 @@
 #include "scenebuild/import/folder_files.h"
 
 #include <cstdio>
+#include <filesystem>
 
 #include "platform/whole_file.h"
 
@@ -16,6 +17,12 @@ bool FolderFiles::staysInside(const std::string& name) {
     start = end + 1;
   }
   return true;
+}
+
+bool FolderFiles::readBounded(const std::string& path, std::vector<uint8_t>& bytes) {
+  std::error_code failed;
+  const auto size = std::filesystem::file_size(path, failed);
+  return !failed && size <= kMaxFileBytes && platform::readWholeFile(path, bytes, kMaxFileBytes);
 }
 
 bool FolderFiles::exists(const std::string& name) {
@@ -35,7 +42,7 @@ bool FolderFiles::read(const std::string& name, std::vector<uint8_t>& bytes, std
     error = "'" + name + "' lies outside the model's folder";
     return false;
   }
-  if (!platform::readWholeFile(folder + "/" + name, bytes, kMaxFileBytes)) {
+  if (!readBounded(folder + "/" + name, bytes)) {
     error = "'" + name + "' is missing, unreadable or larger than " + std::to_string(kMaxFileBytes >> 20) + " MB";
     return false;
   }

@@ -29,6 +29,8 @@ class FolderFiles {
   // Whether name (relative to the folder) is a file there; a name leaving the folder is
   // remembered, not looked for.
   bool exists(const std::string& name);
+  // A file's bytes, refused before anything is read when it is larger than kMaxFileBytes.
+  static bool readBounded(const std::string& path, std::vector<uint8_t>& bytes);
   // The first name that was refused for leaving the folder, empty if none.
   const std::string& refusedName() const { return refused; }
 

@@ -127,6 +127,19 @@ bool readUnsigned(const tinygltf::Model& gltf, int accessor, int components, std
   return true;
 }
 
+bool readBufferView(const tinygltf::Model& gltf, int view, std::vector<uint8_t>& out, std::string& error) {
+  if (view < 0 || static_cast<size_t>(view) >= gltf.bufferViews.size())
+    return (error = "buffer view " + std::to_string(view) + " does not exist"), false;
+  const tinygltf::BufferView& source = gltf.bufferViews[view];
+  if (source.buffer < 0 || static_cast<size_t>(source.buffer) >= gltf.buffers.size())
+    return (error = "buffer view " + std::to_string(view) + " names no buffer"), false;
+  const std::vector<unsigned char>& data = gltf.buffers[source.buffer].data;
+  if (source.byteOffset > data.size() || source.byteLength > data.size() - source.byteOffset)
+    return (error = "buffer view " + std::to_string(view) + " runs past the end of its buffer"), false;
+  out.assign(data.begin() + source.byteOffset, data.begin() + source.byteOffset + source.byteLength);
+  return true;
+}
+
 int accessorComponents(const tinygltf::Model& gltf, int accessor) {
   if (accessor < 0 || static_cast<size_t>(accessor) >= gltf.accessors.size()) return 0;
   int components = tinygltf::GetNumComponentsInType(static_cast<uint32_t>(gltf.accessors[accessor].type));

@@ -24,6 +24,9 @@ bool readFloats(const tinygltf::Model& gltf, int accessor, int components, std::
 bool readUnsigned(const tinygltf::Model& gltf, int accessor, int components, std::vector<uint32_t>& out,
                   std::string& error);
 
+// A buffer view's bytes (images kept in the buffer), checked against its buffer.
+bool readBufferView(const tinygltf::Model& gltf, int view, std::vector<uint8_t>& out, std::string& error);
+
 // The number of components of the accessor's type (1 for SCALAR ... 16 for MAT4), 0 if the
 // accessor does not exist.
 int accessorComponents(const tinygltf::Model& gltf, int accessor);

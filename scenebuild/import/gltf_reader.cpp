@@ -44,10 +44,11 @@ bool refuseWrite(std::string* error, const std::string&, const std::vector<unsig
   return false;
 }
 
-// Images keep the file's bytes: the engine decodes them.
+// Images keep the file's bytes: the engine decodes them. The parser hands over an image in a
+// buffer view without checking the view against its buffer: those are read later, checked.
 bool keepImageBytes(tinygltf::Image* image, int, std::string*, std::string*, int, int, const unsigned char* bytes,
                     int size, void*) {
-  image->image.assign(bytes, bytes + size);
+  if (image->bufferView < 0) image->image.assign(bytes, bytes + size);
   return true;
 }
 
@@ -106,7 +107,10 @@ void readTextures(const tinygltf::Model& gltf, Model& model) {
     const tinygltf::Image& image = gltf.images[i];
     Texture texture;
     texture.name = image.name.empty() ? image.uri : image.name;
-    const std::vector<unsigned char>& bytes = image.image;
+    std::vector<unsigned char> bytes = image.image;
+    std::string why;
+    if (image.bufferView >= 0 && !readBufferView(gltf, image.bufferView, bytes, why))
+      model.warnings.push_back("image " + std::to_string(i) + ": " + why);
     const bool png = bytes.size() >= 8 && std::memcmp(bytes.data(), "\x89PNG\r\n\x1a\n", 8) == 0;
     const bool jpeg = bytes.size() >= 3 && std::memcmp(bytes.data(), "\xFF\xD8\xFF", 3) == 0;
     if (png || jpeg)

@@ -4,7 +4,6 @@
 #include <cctype>
 #include <cmath>
 
-#include "platform/whole_file.h"
 #include "scenebuild/import/folder_files.h"
 #include "scenebuild/import/gltf_reader.h"
 #include "scenebuild/import/obj_reader.h"
@@ -113,7 +112,7 @@ bool importFile(const std::string& path, const Conversion& conversion, Model& mo
   std::vector<uint8_t> bytes;
   if (!formatOf(path, format))
     error = "not a .gltf, .glb or .obj file";
-  else if (!platform::readWholeFile(path, bytes, FolderFiles::kMaxFileBytes))
+  else if (!FolderFiles::readBounded(path, bytes))
     error = "missing, unreadable or larger than " + std::to_string(FolderFiles::kMaxFileBytes >> 20) + " MB";
   else if (importBytes(bytes, format, folderOf(path), conversion, model, error))
     return true;

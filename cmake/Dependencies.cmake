@@ -14,6 +14,15 @@ add_library(ts_stb INTERFACE)
 target_include_directories(ts_stb SYSTEM INTERFACE /usr/include/stb)
 add_library(ts_rapidxml INTERFACE)
 target_include_directories(ts_rapidxml SYSTEM INTERFACE /usr/include/rapidxml)
+# tinygltf, tinyobjloader and nlohmann-json sit directly in /usr/include: the setup step
+# links them into a folder of the build tree.
+set(TS_IMPORT_HEADERS "${PROJECT_SOURCE_DIR}/build/deps/import-headers" CACHE PATH
+    "The import parsers' headers, linked there by cmake/setup.sh")
+if(NOT EXISTS "${TS_IMPORT_HEADERS}/tiny_gltf.h")
+  message(FATAL_ERROR "'${TS_IMPORT_HEADERS}/tiny_gltf.h' not found; run ./test or ./run, which link it")
+endif()
+add_library(ts_import_parsers INTERFACE)
+target_include_directories(ts_import_parsers SYSTEM INTERFACE ${TS_IMPORT_HEADERS})
 
 # libbzip2: Debian's libbz2-dev natively; its source package cross-compiled for Windows.
 if(TS_WINDOWS)

@@ -9,6 +9,7 @@ TS_DEPS=$TS_ROOT/build/deps
 ts_need_packages() {
   local missing=() p
   for p in cmake g++ clang libclang-rt-14-dev googletest libbz2-dev libstb-dev librapidxml-dev \
+           libtinygltf-dev libtinyobjloader-dev nlohmann-json3-dev \
            libjpeg62-turbo-dev libpng-dev zlib1g-dev libz-mingw-w64-dev nasm \
            libogg-dev libvorbis-dev libmpg123-dev libmp3lame-dev \
            g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 \
@@ -99,8 +100,19 @@ ts_stop_wine() {
   rm -f "$dir/display"
 }
 
+# The import parsers' single headers (and the JSON library under them) linked into a folder
+# of their own, which both builds add: the cross build must never add /usr/include itself.
+ts_link_import_headers() {
+  local dir=$TS_DEPS/import-headers
+  mkdir -p "$dir"
+  ln -sfn /usr/include/tiny_gltf.h "$dir/tiny_gltf.h"
+  ln -sfn /usr/include/tiny_obj_loader.h "$dir/tiny_obj_loader.h"
+  ln -sfn /usr/include/nlohmann "$dir/nlohmann"
+}
+
 ts_setup() {
   ts_need_packages
+  ts_link_import_headers
   # No mingw packages exist for these: the Windows build compiles their Debian sources.
   ts_fetch_source bzip2 bzip2 bzlib.h
   ts_fetch_source libjpeg-turbo libjpeg-turbo jpeglib.h

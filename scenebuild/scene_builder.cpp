@@ -143,8 +143,16 @@ ts3d::TextureStage* SceneBuilder::stage(ts3d::MaterialSimple* material, ts3d::Te
 
 ts3d::MeshSimple* SceneBuilder::mesh(ts3d::HierarchyNode* node, const Shape& shape, ts3d::Material* material,
                                      bool textureCoordinates) {
+  return geometryMesh(node, makeGeometry(shape, textureCoordinates), material);
+}
+
+ts3d::MeshSimple* SceneBuilder::geometryMesh(ts3d::HierarchyNode* node, ts3d::Geometry* geometry,
+                                             ts3d::Material* material, const std::vector<uint32_t>& ids) {
   auto* made = new ts3d::MeshSimple;
-  made->setGeometry(makeGeometry(shape, textureCoordinates));
+  if (ids.empty())
+    made->setGeometry(geometry);
+  else
+    made->setGeometryAndGroups(geometry, ids);
   made->setMaterial(material);
   made->transformation = node;
   built->meshes.push_back(made);
@@ -174,12 +182,7 @@ ts3d::MeshSimple* SceneBuilder::compositeMesh(ts3d::HierarchyNode* node, const s
     geometry->children.push_back(child);
     ids.push_back(part.materialId);
   }
-  auto* made = new ts3d::MeshSimple;
-  made->setGeometryAndGroups(geometry, ids);
-  made->setMaterial(material);
-  made->transformation = node;
-  built->meshes.push_back(made);
-  return made;
+  return geometryMesh(node, geometry, material, ids);
 }
 
 ts3d::MeshSimple* SceneBuilder::skinnedMesh(const Shape& shape, ts3d::Material* material,
@@ -189,6 +192,12 @@ ts3d::MeshSimple* SceneBuilder::skinnedMesh(const Shape& shape, ts3d::Material* 
   auto* geometry = new ts3d::GeometryWeighted;
   fill(geometry, shape, true);
   geometry->vertexWeights = std::move(weights);
+  return skinnedMesh(geometry, material, bones, bindPose);
+}
+
+ts3d::MeshSimple* SceneBuilder::skinnedMesh(ts3d::GeometryWeighted* geometry, ts3d::Material* material,
+                                            const std::vector<ts3d::HierarchyNode*>& bones,
+                                            const std::vector<ts3d::matrix>& bindPose) {
   auto* skin = new ts3d::ModifierSkin;
   skin->bones = bones;
   for (const ts3d::matrix& pose : bindPose) {

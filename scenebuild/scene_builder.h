@@ -115,6 +115,10 @@ class SceneBuilder {
                             ts3d::controller::ControllerBase<float>* offsetU = nullptr);
   ts3d::MeshSimple* mesh(ts3d::HierarchyNode* node, const Shape& shape, ts3d::Material* material,
                          bool textureCoordinates = true);
+  // A mesh of geometry made elsewhere (taken over). With ids, geometry is a composite and
+  // ids[i] is the material id of its child i.
+  ts3d::MeshSimple* geometryMesh(ts3d::HierarchyNode* node, ts3d::Geometry* geometry, ts3d::Material* material,
+                                 const std::vector<uint32_t>& ids = {});
   // A table of sub-materials, each given with the material id that selects it.
   ts3d::MaterialComposite* compositeMaterial(const std::vector<std::pair<uint32_t, ts3d::Material*>>& subMaterials);
   // A mesh of composite geometry, one child per part: under a composite material each child is
@@ -128,6 +132,10 @@ class SceneBuilder {
   ts3d::MeshSimple* skinnedMesh(const Shape& shape, ts3d::Material* material,
                                 const std::vector<ts3d::HierarchyNode*>& bones,
                                 const std::vector<ts3d::matrix>& bindPose, std::vector<ts3d::VertexWeight> weights);
+  // The same for weighted geometry made elsewhere (taken over).
+  ts3d::MeshSimple* skinnedMesh(ts3d::GeometryWeighted* geometry, ts3d::Material* material,
+                                const std::vector<ts3d::HierarchyNode*>& bones,
+                                const std::vector<ts3d::matrix>& bindPose);
   // The first camera made becomes the active one. Vertical field of view in radians.
   ts3d::CameraSimple* camera(ts3d::HierarchyNode* node, float fieldOfView, float nearPlane = 0.5f,
                              float farPlane = 1000.0f);

@@ -7,6 +7,7 @@
 #include "player/host/driver_notices.h"
 #include "player/host/effect_library.h"
 #include "player/host/host_tree.h"
+#include "player/host/model_import.h"
 #include "player/host/project_file.h"
 
 namespace host {
@@ -176,7 +177,17 @@ bool HostProject::build(const ProjectFile& file, const EffectLibrary& library, L
     if (!file.fromAnimation && !fileExists(data.path))
       return fail(data.line, "cannot find the data file '" + data.path + "'");
     driver_notices::takeDebugOutput();
-    DataItem* item = driver.loadData(data.path);
+    DataItem* item = nullptr;
+    // An animation holds its models as the scenes they became.
+    if (isModelFile(data.path) && !file.fromAnimation) {
+      // The driver reads the scene whole while loading it: the file goes right after.
+      std::string scene, problem;
+      if (!importModel(data.path, scene, problem)) return fail(data.line, problem);
+      item = driver.loadData(scene);
+      std::remove(scene.c_str());
+    } else {
+      item = driver.loadData(data.path);
+    }
     if (!item)
       return fail(data.line, file.fromAnimation ? "the animation holds no data item '" + data.path + "'"
                                                 : whyNotLoaded(data.path));

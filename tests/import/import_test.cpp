@@ -1,0 +1,131 @@
+// The platform-free importer on models written here: a mesh beyond 16-bit indices arrives
+// whole, a model without a camera is framed by the default one, and hostile files are refused
+// with a message naming the file and the problem.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <set>
+
+#include "platform/whole_file.h"
+#include "scenebuild/import/import.h"
+#include "tests/import/model_writer.h"
+
+namespace {
+
+const std::string kFolder = "import_models";
+
+std::string save(const std::string& name, const std::string& text) {
+  std::filesystem::create_directories(kFolder);
+  const std::string path = kFolder + "/" + name;
+  EXPECT_TRUE(platform::writeWholeFile(path, text.data(), text.size()));
+  return path;
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  const size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+using Triangle = std::array<uint32_t, 3>;
+
+// The same triangle whichever corner it starts from.
+Triangle canonical(Triangle t) {
+  std::rotate(t.begin(), std::min_element(t.begin(), t.end()), t.end());
+  return t;
+}
+
+TEST(Import, MeshBeyond16BitIndicesArrivesWhole) {
+  const importtest::TestMesh strip = importtest::strip(70000);
+  const std::vector<uint8_t> file = importtest::glb(strip, {});
+  tsimport::Model model;
+  std::string error;
+  ASSERT_TRUE(tsimport::importFile(save("strip.glb", std::string(file.begin(), file.end())), tsimport::Conversion(),
+                                   model, error))
+      << error;
+  ASSERT_EQ(model.meshes.size(), 1u);
+  std::multiset<Triangle> arrived;
+  size_t vertices = 0;
+  for (const tsimport::MeshPart& part : model.meshes[0].parts) {
+    EXPECT_LE(part.positions.size(), tsimport::kMaxPartVertices);
+    vertices += part.positions.size();
+    for (size_t i = 0; i < part.indices.size(); i += 3)
+      arrived.insert(canonical({part.sourceVertices[part.indices[i]], part.sourceVertices[part.indices[i + 1]],
+                                part.sourceVertices[part.indices[i + 2]]}));
+  }
+  EXPECT_GE(model.meshes[0].parts.size(), 2u);
+  EXPECT_GE(vertices, 70000u);
+  std::multiset<Triangle> sent;
+  for (size_t i = 0; i < strip.indices.size(); i += 3)
+    sent.insert(canonical({strip.indices[i], strip.indices[i + 1], strip.indices[i + 2]}));
+  EXPECT_EQ(arrived.size(), 69998u);
+  EXPECT_TRUE(arrived == sent);
+}
+
+TEST(Import, DefaultCameraFramesTheModel) {
+  tsimport::Model model;
+  std::string error;
+  ASSERT_TRUE(tsimport::importFile(save("framed.gltf", importtest::gltf(importtest::cube(), {})),
+                                   tsimport::Conversion(3.0f), model, error))
+      << error;
+  ts3d::vect3 low, high;
+  ASSERT_TRUE(tsimport::bounds(model, low, high));
+  const std::vector<ts3d::matrix> world = tsimport::worldMatrices(model);
+  const auto camera = std::find_if(model.nodes.begin(), model.nodes.end(), [](const auto& n) { return n.camera >= 0; });
+  ASSERT_NE(camera, model.nodes.end());
+  const tsimport::Camera& lens = model.cameras[camera->camera];
+  ts3d::matrix view, projection, both;
+  D3DXMatrixInverse(&view, nullptr, &world[camera - model.nodes.begin()]);
+  D3DXMatrixPerspectiveFovRH(&projection, lens.yfov, 4.0f / 3.0f, lens.znear, lens.zfar);
+  D3DXMatrixMultiply(&both, &view, &projection);
+  float spanLow = 1, spanHigh = -1;
+  for (int corner = 0; corner < 8; ++corner) {
+    const ts3d::vect3 point(corner & 1 ? high.x : low.x, corner & 2 ? high.y : low.y, corner & 4 ? high.z : low.z);
+    ts3d::vect3 screen;
+    D3DXVec3TransformCoord(&screen, &point, &both);
+    EXPECT_TRUE(std::fabs(screen.x) <= 1 && std::fabs(screen.y) <= 1 && screen.z >= 0 && screen.z <= 1) << corner;
+    spanLow = std::min(spanLow, screen.y);
+    spanHigh = std::max(spanHigh, screen.y);
+  }
+  // The model fills more than half the height of the view.
+  EXPECT_GT(spanHigh - spanLow, 1.0f);
+}
+
+TEST(Import, HostileModelsAreRefusedWithTheFileAndTheProblem) {
+  const importtest::TestMesh cube = importtest::cube();
+  const uint8_t texels[] = {1, 2, 3};
+  const std::string gltf = importtest::gltf(cube, std::vector<uint8_t>(texels, texels + 3));
+  const std::vector<uint8_t> glbBytes = importtest::glb(cube, {});
+  const std::string glb(glbBytes.begin(), glbBytes.end());
+  std::string flipped = glb;
+  flipped[12] ^= 0x40;  // the JSON chunk's length
+  importtest::TestMesh pastTheEnd = cube;
+  pastTheEnd.indices[5] = 99;
+  const std::string imageUri = gltf.substr(gltf.find("data:image"), gltf.find('"', gltf.find("data:image")) - gltf.find("data:image"));
+  const struct {
+    const char* file;
+    std::string bytes;
+    const char* problem;
+  } rows[] = {
+      {"cut.glb", glb.substr(0, glb.size() / 2), "GLB header claims"},
+      {"flipped.glb", flipped, "GLB"},
+      {"count.gltf", replaced(gltf, "\"count\":24", "\"count\":2400"), "2400 elements run past the end"},
+      {"offset.gltf", replaced(gltf, "\"bufferView\":0,", "\"bufferView\":0,\"byteOffset\":1000000000,"), "past the end"},
+      {"index.gltf", importtest::gltf(pastTheEnd, {}), "index 99 past the 24 vertices"},
+      {"huge.gltf", replaced(gltf, "\"buffers\":[{\"byteLength\":", "\"buffers\":[{\"byteLength\":4000000000"), "Buffer"},
+      {"outside.gltf", replaced(gltf, imageUri, "../outside.png"), "outside the model's folder"},
+  };
+  for (const auto& row : rows) {
+    tsimport::Model model;
+    std::string error;
+    const std::string path = save(row.file, row.bytes);
+    EXPECT_FALSE(tsimport::importFile(path, tsimport::Conversion(), model, error)) << row.file;
+    EXPECT_EQ(error.rfind(path + ": ", 0), 0u) << error;
+    EXPECT_NE(error.find(row.problem), std::string::npos) << error;
+  }
+}
+
+}  // namespace

@@ -97,6 +97,11 @@ float number(const std::vector<double>& values, size_t i, float otherwise) {
 std::string parserMessage(const std::string& text) {
   constexpr size_t kMaxLength = 200;
   std::string line = text.substr(0, text.find('\n'));
+  // The parser decodes a buffer's data URI only when it yields exactly the bytes the buffer
+  // declares, and says no more than that it failed: a lying byteLength ends here.
+  if (line.rfind("Failed to decode 'uri' : ", 0) == 0 && line.size() > 10 &&
+      line.compare(line.size() - 10, 10, " in Buffer") == 0)
+    return "a buffer's data URI does not hold the bytes its byteLength declares, or is not base64";
   for (size_t at; (at = line.find("data:")) != std::string::npos;)
     line.replace(at, line.find(' ', at) == std::string::npos ? std::string::npos : line.find(' ', at) - at, "(data URI)");
   return line.size() > kMaxLength ? line.substr(0, kMaxLength) + "..." : line;

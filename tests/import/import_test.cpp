@@ -94,6 +94,38 @@ TEST(Import, DefaultCameraFramesTheModel) {
   EXPECT_GT(spanHigh - spanLow, 1.0f);
 }
 
+// Whatever the up axis and scale, converting then turning or moving a point gives what turning
+// or moving it in the file and then converting gives.
+TEST(Import, ConversionKeepsRotationsAndMatricesInStepWithPoints) {
+  ts3d::quat turn(0.2f, 0.5f, -0.3f, 0.8f);
+  D3DXQuaternionNormalize(&turn, &turn);
+  ts3d::matrix turning, moving, placed;
+  D3DXMatrixRotationQuaternion(&turning, &turn);
+  D3DXMatrixTranslation(&moving, 4, -5, 6);
+  D3DXMatrixMultiply(&placed, &turning, &moving);  // a file's column-major matrix is our row form
+  const ts3d::vect3 p(1, 2, 3);
+  for (const tsimport::Conversion& conversion :
+       {tsimport::Conversion(), tsimport::Conversion(2.5f, tsimport::UpAxis::Z)}) {
+    ts3d::vect3 inFile, converted, expected, actual;
+    D3DXVec3TransformCoord(&inFile, &p, &turning);
+    expected = conversion.direction(inFile.x, inFile.y, inFile.z);
+    const ts3d::quat ours = conversion.rotation(turn.x, turn.y, turn.z, turn.w);
+    ts3d::matrix oursTurning;
+    D3DXMatrixRotationQuaternion(&oursTurning, &ours);
+    converted = conversion.direction(p.x, p.y, p.z);
+    D3DXVec3TransformCoord(&actual, &converted, &oursTurning);
+    ts3d::vect3 miss = actual - expected;
+    EXPECT_LT(D3DXVec3Length(&miss), 1e-5f);
+    D3DXVec3TransformCoord(&inFile, &p, &placed);
+    expected = conversion.position(inFile.x, inFile.y, inFile.z);
+    converted = conversion.position(p.x, p.y, p.z);
+    const ts3d::matrix oursPlaced = conversion.matrix(static_cast<const float*>(placed));
+    D3DXVec3TransformCoord(&actual, &converted, &oursPlaced);
+    miss = actual - expected;
+    EXPECT_LT(D3DXVec3Length(&miss), 1e-4f);
+  }
+}
+
 TEST(Import, HostileModelsAreRefusedWithTheFileAndTheProblem) {
   const importtest::TestMesh cube = importtest::cube();
   const uint8_t texels[] = {1, 2, 3};

@@ -37,6 +37,22 @@ function(ts_add_gtest name)
   endif()
 endfunction()
 
+# Sources of ours compiled again with coverage for a fuzzer, as objects so that every chunk
+# registrer among them links.
+function(ts_add_fuzz_objects name)
+  add_library(${name} OBJECT ${ARGN})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+  target_link_libraries(${name} PRIVATE ts_options)
+endfunction()
+
+# The sources of one of our libraries, in folder, as full paths: for ts_add_fuzz_objects.
+function(ts_sources_of out target folder)
+  get_target_property(sources ${target} SOURCES)
+  list(TRANSFORM sources PREPEND ${PROJECT_SOURCE_DIR}/${folder}/)
+  set(${out} ${sources} PARENT_SCOPE)
+endfunction()
+
 # A libFuzzer target; also registered as a test that runs it over its seed corpus.
 function(ts_add_fuzzer name corpus_dir)
   if(NOT TS_LIBFUZZER)

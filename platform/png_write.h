@@ -6,12 +6,12 @@
 
 namespace platform {
 
-// Writes 32-bit pixels as they lie in an X8R8G8B8 surface (little-endian B, G, R, X)
-// to an RGB PNG file. `pitch` is the row length in bytes. False when the file
-// cannot be written; nothing is left behind then.
-// The same pixels as the bytes of a PNG file; empty for an empty image.
+// 32-bit pixels as they lie in an X8R8G8B8 surface (little-endian B, G, R, X) as the bytes
+// of an RGB PNG file; `pitch` is the row length in bytes. Empty for an empty image.
 std::vector<uint8_t> encodePng(int width, int height, const void* pixels, int pitch);
 
+// The same pixels written to a PNG file. False when the file cannot be written; nothing
+// is left behind then.
 bool writePng(const std::string& path, int width, int height, const void* pixels, int pitch);
 
 }  // namespace platform

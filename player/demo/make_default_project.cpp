@@ -299,6 +299,23 @@ const char* const kFlight = R"(    <effect type="fx_simple_scene" name="flight" 
     </effect>
 )";
 
+// The flight as the whole project shows it: not while the blurred stretch (2.5 to 5 s) and
+// the graded one after the flash (7.4 to 9.5 s) clear the frame and draw their copies, which
+// would erase it. Its pieces take their keys from the whole flight's line.
+const char* const kFlightShown = R"(    <effect type="fx_simple_scene" name="flight" start="0" length="2.5">
+      <param name="data" value="scene"/>
+      <param name="time"><key t="0" value="0"/><key t="1" value="0.025"/></param>
+    </effect>
+    <effect type="fx_simple_scene" name="flight" start="5" length="2.4">
+      <param name="data" value="scene"/>
+      <param name="time"><key t="0" value="0.05"/><key t="1" value="0.074"/></param>
+    </effect>
+    <effect type="fx_simple_scene" name="flight" start="9.5" length="2.5">
+      <param name="data" value="scene"/>
+      <param name="time"><key t="0" value="0.095"/><key t="1" value="0.12"/></param>
+    </effect>
+)";
+
 // The flight between the transitions' heads and tails: it is input 1 of the flash into its
 // graded stretch, which is input 1 of the cross-fade into the lens.
 const char* const kTransitionsHead = R"(  <layer>
@@ -429,7 +446,7 @@ std::string projectText(bool whole) {
     text += "  <data name=\"title\" path=\"title.png\"/>\n";
   }
   if (whole)
-    text += std::string(kTransitionsHead) + kFlight + kTransitionsTail + kPostLayers + kFilterLayer + kOverLayers;
+    text += std::string(kTransitionsHead) + kFlightShown + kTransitionsTail + kPostLayers + kFilterLayer + kOverLayers;
   else
     text += std::string("  <layer>\n") + kFlight + "  </layer>\n";
   return text + "</project>\n";

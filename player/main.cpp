@@ -32,7 +32,7 @@ struct Options {
   std::string rawVideo;
   std::string contactSheet;
   std::string audio, waveform;
-  OfflineDrawing drawing = OfflineDrawing::project;
+  bool cleared = false, readBackOnly = false;
   bool live = false;
   double from = 0.0, to = 0.0, fps = 25.0;
   bool toEnd = false;  // --to end: the project's last frame
@@ -69,9 +69,10 @@ int usage(FILE* out) {
                "                     span as 44.1 kHz stereo WAV, to the sample; silence\n"
                "                     without a soundtrack\n"
                "  --waveform FILE    offline, also write FILE: the soundtrack's outline as PNG\n"
-               "  --floor png|readback  offline, to measure the cost of frame output: draw\n"
-               "                     nothing, clear each frame and write it (png) or only\n"
-               "                     read it back (readback)\n"
+               "  --cleared          offline, to measure the floor of frame output: draw\n"
+               "                     nothing, only clear each frame\n"
+               "  --read-back-only   offline, to measure drawing without output: read each\n"
+               "                     frame back and write nothing\n"
                "  --live             live mode: play in a window from --from, timed by the\n"
                "                     soundtrack as it plays (or the clock without one), until\n"
                "                     the window is closed, Escape is pressed, or --seconds\n"
@@ -124,14 +125,10 @@ bool parse(int argc, char** argv, Options& options, int& exitCode) {
       options.audio = text;
     } else if (arg == "--waveform" && value(text)) {
       options.waveform = text;
-    } else if (arg == "--floor" && value(text)) {
-      const std::string floor = text;
-      if (floor != "png" && floor != "readback") {
-        std::fprintf(stderr, "tsplay: --floor needs png or readback, not '%s'\n", text);
-        exitCode = 2;
-        return false;
-      }
-      options.drawing = floor == "png" ? OfflineDrawing::clearedFrames : OfflineDrawing::readBackOnly;
+    } else if (arg == "--cleared") {
+      options.cleared = true;
+    } else if (arg == "--read-back-only") {
+      options.readBackOnly = true;
     } else if ((arg == "--from" || arg == "--to" || arg == "--fps" || arg == "--seconds") && value(text)) {
       double number;
       if (!parseNumber(text, number)) {
@@ -244,7 +241,8 @@ int main(int argc, char** argv) {
     const double lastStart = stage.project().endTime() - 1.0 / options.fps;
     const double to = options.toEnd ? std::max(lastStart, options.from) : options.to;
     const int status = renderOffline(stage, {options.offlineDir, options.rawVideo, options.from, to, options.fps,
-                                             options.contactSheet, options.audio, options.waveform, options.drawing});
+                                             options.contactSheet, options.audio, options.waveform, options.cleared,
+                                             options.readBackOnly});
     if (status != 0) return status;
   }
   if (options.live) {

@@ -164,11 +164,11 @@ int renderOffline(Stage& stage, const OfflineOptions& options) {
     host::FrameWriter writer(workers,
                              streaming ? host::FrameWriter::Save(toStream) : host::FrameWriter::Save(host::saveFrame));
     for (long i = 0; i < count && !writer.failed(); ++i) {
-      if (options.drawing == OfflineDrawing::project)
-        stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
-      else
+      if (options.cleared)
         device->Clear(0, nullptr, D3DCLEAR_TARGET, kClearedFrame, 1.0f, 0);
-      const bool writing = options.drawing != OfflineDrawing::readBackOnly;
+      else
+        stage.project().drawFrame(static_cast<float>(options.from + static_cast<double>(i) / options.fps));
+      const bool writing = !options.readBackOnly;
       Frame& frame = writing ? writer.next() : readOnly;
       if (!reader.read(device, frame)) {
         std::fprintf(stderr, "\ntsplay: cannot read frame %ld back\n", i);

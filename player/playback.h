@@ -36,10 +36,6 @@ class Stage {
   bool built = false;
 };
 
-// What an offline run draws into its frames: the project, or, to measure the floor of frame
-// output, nothing: each frame cleared and written, or cleared and only read back.
-enum class OfflineDrawing { project, clearedFrames, readBackOnly };
-
 struct OfflineOptions {
   std::string folder;        // the PNG files' folder, unless the frames go to rawVideo
   std::string rawVideo;      // empty: none; else every frame raw, in order, into this file or pipe
@@ -47,7 +43,10 @@ struct OfflineOptions {
   std::string contactSheet;  // empty: none; with a soundtrack, its outline under the frames
   std::string audio;         // empty: none; else the soundtrack of the frames' span, as WAV
   std::string waveform;      // empty: none; else the soundtrack's whole outline, as PNG
-  OfflineDrawing drawing = OfflineDrawing::project;
+  // To measure what frame output costs: frames cleared instead of drawn (the floor of output),
+  // and frames only read back, not written (drawing without output); both: read-back alone.
+  bool cleared = false;
+  bool readBackOnly = false;
 };
 
 // Frames `from` to `to` at `fps` into folder/frame_NNNNN.png, or into the raw video stream,

@@ -289,36 +289,36 @@ std::vector<uint8_t> titleImage() {
 
 // The timeline: the flight, a flash into its graded stretch, a cross-fade into the lens;
 // filters over them; the bitmap fading in and out over it all, a fade from black and a fade
-// to black. Scene time is the parameter times 100.
+// to black.
 // A post-process stays in its scene's chain for the whole project, so the flight's blurred
 // and graded stretches draw copies of the scene that carry them, in step with the plain one.
 // The copies are files of their own: an exported animation keeps one scene per path.
-const char* const kFlight = R"(    <effect type="fx_simple_scene" name="flight" start="0" length="12">
-      <param name="data" value="scene"/>
-      <param name="time"><key t="0" value="0"/><key t="1" value="0.12"/></param>
-    </effect>
-)";
 
-// The flight as the whole project shows it: not while the blurred stretch (2.5 to 5 s) and
-// the graded one after the flash (7.4 to 9.5 s) clear the frame and draw their copies, which
-// would erase it. Its pieces take their keys from the whole flight's line.
-const char* const kFlightShown = R"(    <effect type="fx_simple_scene" name="flight" start="0" length="2.5">
-      <param name="data" value="scene"/>
-      <param name="time"><key t="0" value="0"/><key t="1" value="0.025"/></param>
-    </effect>
-    <effect type="fx_simple_scene" name="flight" start="5" length="2.4">
-      <param name="data" value="scene"/>
-      <param name="time"><key t="0" value="0.05"/><key t="1" value="0.074"/></param>
-    </effect>
-    <effect type="fx_simple_scene" name="flight" start="9.5" length="2.5">
-      <param name="data" value="scene"/>
-      <param name="time"><key t="0" value="0.095"/><key t="1" value="0.12"/></param>
-    </effect>
-)";
+// An effect that shows the scene of data item `data` from `start` for `length` seconds, its
+// scene time going on from `sceneStart` as fast as the host's (scene time is the parameter
+// times 100).
+std::string sceneStretch(const char* name, const char* data, double start, double length, double sceneStart) {
+  char text[400];
+  std::snprintf(text, sizeof text,
+                "    <effect type=\"fx_simple_scene\" name=\"%s\" start=\"%g\" length=\"%g\">\n"
+                "      <param name=\"data\" value=\"%s\"/>\n"
+                "      <param name=\"time\"><key t=\"0\" value=\"%g\"/><key t=\"1\" value=\"%g\"/></param>\n"
+                "    </effect>\n",
+                name, start, length, data, sceneStart / 100.0, (sceneStart + length) / 100.0);
+  return text;
+}
+
+// A stretch of the flight or of one of its copies, on the flight's line.
+std::string flight(const char* name, const char* data, double start, double length) {
+  return sceneStretch(name, data, start, length, start);
+}
 
 // The flight between the transitions' heads and tails: it is input 1 of the flash into its
-// graded stretch, which is input 1 of the cross-fade into the lens.
-const char* const kTransitionsHead = R"(  <layer>
+// graded stretch, which is input 1 of the cross-fade into the lens. It is not drawn while the
+// blurred stretch (2.5 to 5 s) and the graded one after the flash (7.4 to 9.5 s) clear the
+// frame and draw their copies, which would erase it.
+std::string transitionLayer() {
+  std::string text = R"(  <layer>
     <transition type="fx_trans_blend" name="into the lens" start="11" length="1">
       <param name="progress"><key t="0" value="0"/><key t="1" value="1"/></param>
       <input><layer>
@@ -326,32 +326,17 @@ const char* const kTransitionsHead = R"(  <layer>
           <param name="progress"><key t="0" value="0"/><key t="1" value="1"/></param>
           <input><layer>
 )";
+  text += flight("flight", "scene", 0, 2.5) + flight("flight", "scene", 5, 2.4) + flight("flight", "scene", 9.5, 2.5);
+  text += "          </layer></input>\n          <input><layer>\n";
+  text += flight("graded flight", "graded", 7, 2.5);
+  text += "          </layer></input>\n        </transition>\n      </layer></input>\n      <input><layer>\n";
+  text += sceneStretch("lens", "lens", 11, 5, 0);
+  return text + "      </layer></input>\n    </transition>\n  </layer>\n";
+}
 
-const char* const kTransitionsTail = R"(          </layer></input>
-          <input><layer>
-    <effect type="fx_simple_scene" name="graded flight" start="7" length="2.5">
-      <param name="data" value="graded"/>
-      <param name="time"><key t="0" value="0.07"/><key t="1" value="0.095"/></param>
-    </effect>
-          </layer></input>
-        </transition>
-      </layer></input>
-      <input><layer>
-    <effect type="fx_simple_scene" name="lens" start="11" length="5">
-      <param name="data" value="lens"/>
-      <param name="time"><key t="0" value="0"/><key t="1" value="0.05"/></param>
-    </effect>
-      </layer></input>
-    </transition>
-  </layer>
-)";
-
-const char* const kPostLayers = R"(  <layer>
-    <effect type="fx_simple_scene" name="bloomed flight" start="2.5" length="2.5">
-      <param name="data" value="bloomed"/>
-      <param name="time"><key t="0" value="0.025"/><key t="1" value="0.05"/></param>
-    </effect>
-    <effect type="fx_sr_gaussian" name="bloom" start="2.5" length="2.5">
+// The blurred and graded copies of the flight, and the post-processes in their chains.
+std::string postLayer() {
+  return "  <layer>\n" + flight("bloomed flight", "bloomed", 2.5, 2.5) + R"(    <effect type="fx_sr_gaussian" name="bloom" start="2.5" length="2.5">
       <param name="scene" value="bloomed"/>
       <param name="radius"><key t="0" value="0.3"/><key t="0.5" value="1"/><key t="1" value="0.3"/></param>
     </effect>
@@ -363,6 +348,7 @@ const char* const kPostLayers = R"(  <layer>
     </effect>
   </layer>
 )";
+}
 
 const char* const kFilterLayer = R"(  <layer>
     <effect type="fx_render_bw" name="black and white" start="5" length="1.6">
@@ -446,9 +432,9 @@ std::string projectText(bool whole) {
     text += "  <data name=\"title\" path=\"title.png\"/>\n";
   }
   if (whole)
-    text += std::string(kTransitionsHead) + kFlightShown + kTransitionsTail + kPostLayers + kFilterLayer + kOverLayers;
+    text += transitionLayer() + postLayer() + kFilterLayer + kOverLayers;
   else
-    text += std::string("  <layer>\n") + kFlight + "  </layer>\n";
+    text += "  <layer>\n" + flight("flight", "scene", 0, kSeconds) + "  </layer>\n";
   return text + "</project>\n";
 }
 

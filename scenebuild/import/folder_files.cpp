@@ -1,5 +1,6 @@
 #include "scenebuild/import/folder_files.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 
@@ -42,10 +43,19 @@ bool FolderFiles::read(const std::string& name, std::vector<uint8_t>& bytes, std
     error = "'" + name + "' lies outside the model's folder";
     return false;
   }
-  if (!readBounded(folder + "/" + name, bytes)) {
+  const std::string path = folder + "/" + name;
+  std::error_code failed;
+  const uint64_t size = std::filesystem::file_size(path, failed);
+  if (!failed && size <= kMaxFileBytes && size > bytesLeft) {
+    error = "'" + name + "' would take the files the model names past " + std::to_string(maxTotal >> 20) +
+            " MB together (a file counts each time it is named)";
+    return false;
+  }
+  if (!readBounded(path, bytes)) {
     error = "'" + name + "' is missing, unreadable or larger than " + std::to_string(kMaxFileBytes >> 20) + " MB";
     return false;
   }
+  bytesLeft -= std::min<uint64_t>(bytes.size(), bytesLeft);
   return true;
 }
 

@@ -16,15 +16,20 @@ class FolderFiles {
  public:
   // Larger files are refused before anything is allocated for them.
   static constexpr size_t kMaxFileBytes = size_t(512) << 20;
+  // All that one model's reads may bring in: a file is read again each time it is named, and
+  // a small model can name one large file thousands of times.
+  static constexpr uint64_t kMaxTotalBytes = uint64_t(1) << 30;
 
-  explicit FolderFiles(std::string path) : folder(std::move(path)) {}
+  explicit FolderFiles(std::string path, uint64_t maxTotalBytes = kMaxTotalBytes)
+      : folder(std::move(path)), maxTotal(maxTotalBytes), bytesLeft(maxTotalBytes) {}
 
   // The folder joined with a relative name, as the parsers build paths from it.
   const std::string& base() const { return folder; }
   // Whether name (relative to the folder) stays inside it.
   static bool staysInside(const std::string& name);
   // Reads name (relative to the folder); false with error when it leaves the folder, is
-  // missing, unreadable or too large. A name leaving the folder is also remembered.
+  // missing, unreadable or too large, or would take the reads past their total. A name
+  // leaving the folder is also remembered.
   bool read(const std::string& name, std::vector<uint8_t>& bytes, std::string& error);
   // Whether name (relative to the folder) is a file there; a name leaving the folder is
   // remembered, not looked for.
@@ -37,6 +42,7 @@ class FolderFiles {
  private:
   std::string folder;
   std::string refused;
+  uint64_t maxTotal, bytesLeft;
 };
 
 }  // namespace tsimport

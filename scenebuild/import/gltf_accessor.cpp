@@ -88,10 +88,23 @@ float loadFloat(const uint8_t* at, int componentType, bool normalized) {
 
 }  // namespace
 
-bool readFloats(const tinygltf::Model& gltf, int accessor, int components, std::vector<float>& out,
-                std::string& error) {
+bool DecodeBudget::take(uint64_t bytes, std::string& error) {
+  if (bytes > left) {
+    error = "the model's data comes to more than " + std::to_string(limit >> 20) +
+            " MB once each use of an accessor or buffer view is counted";
+    failed = true;
+    return false;
+  }
+  left -= bytes;
+  return true;
+}
+
+bool readFloats(const tinygltf::Model& gltf, int accessor, int components, DecodeBudget& budget,
+                std::vector<float>& out, std::string& error) {
   Layout layout;
-  if (!locate(gltf, accessor, components, layout, error)) return false;
+  if (!locate(gltf, accessor, components, layout, error) ||
+      !budget.take(layout.count * components * sizeof(float), error))
+    return false;
   const bool normalized = gltf.accessors[accessor].normalized;
   out.resize(layout.count * components);
   float* to = out.data();
@@ -103,10 +116,12 @@ bool readFloats(const tinygltf::Model& gltf, int accessor, int components, std::
   return true;
 }
 
-bool readUnsigned(const tinygltf::Model& gltf, int accessor, int components, std::vector<uint32_t>& out,
-                  std::string& error) {
+bool readUnsigned(const tinygltf::Model& gltf, int accessor, int components, DecodeBudget& budget,
+                  std::vector<uint32_t>& out, std::string& error) {
   Layout layout;
-  if (!locate(gltf, accessor, components, layout, error)) return false;
+  if (!locate(gltf, accessor, components, layout, error) ||
+      !budget.take(layout.count * components * sizeof(uint32_t), error))
+    return false;
   if (layout.componentType != TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE &&
       layout.componentType != TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT &&
       layout.componentType != TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT)
@@ -127,7 +142,8 @@ bool readUnsigned(const tinygltf::Model& gltf, int accessor, int components, std
   return true;
 }
 
-bool readBufferView(const tinygltf::Model& gltf, int view, std::vector<uint8_t>& out, std::string& error) {
+bool readBufferView(const tinygltf::Model& gltf, int view, DecodeBudget& budget, std::vector<uint8_t>& out,
+                    std::string& error) {
   if (view < 0 || static_cast<size_t>(view) >= gltf.bufferViews.size())
     return (error = "buffer view " + std::to_string(view) + " does not exist"), false;
   const tinygltf::BufferView& source = gltf.bufferViews[view];
@@ -136,6 +152,7 @@ bool readBufferView(const tinygltf::Model& gltf, int view, std::vector<uint8_t>&
   const std::vector<unsigned char>& data = gltf.buffers[source.buffer].data;
   if (source.byteOffset > data.size() || source.byteLength > data.size() - source.byteOffset)
     return (error = "buffer view " + std::to_string(view) + " runs past the end of its buffer"), false;
+  if (!budget.take(source.byteLength, error)) return false;
   out.assign(data.begin() + source.byteOffset, data.begin() + source.byteOffset + source.byteLength);
   return true;
 }

@@ -95,7 +95,7 @@ bool fail(std::string& error, const std::string& where, const std::string& why) 
 // A sampler's keys as linear keys: times ascending (equal times make a jump), values of
 // components floats each.
 bool readSampler(const tinygltf::Model& gltf, const tinygltf::AnimationSampler& sampler, size_t components,
-                 RawKeys& keys, std::string& error) {
+                 DecodeBudget& budget, RawKeys& keys, std::string& error) {
   Interpolation kind;
   if (sampler.interpolation == "LINEAR")
     kind = Interpolation::kLinear;
@@ -106,8 +106,8 @@ bool readSampler(const tinygltf::Model& gltf, const tinygltf::AnimationSampler& 
   else
     return fail(error, "interpolation", "unknown kind \"" + sampler.interpolation + "\"");
   RawKeys read;
-  if (!readFloats(gltf, sampler.input, 1, read.times, error) ||
-      !readFloats(gltf, sampler.output, static_cast<int>(components), read.values, error))
+  if (!readFloats(gltf, sampler.input, 1, budget, read.times, error) ||
+      !readFloats(gltf, sampler.output, static_cast<int>(components), budget, read.values, error))
     return false;
   const size_t perKey = kind == Interpolation::kCubic ? 3 : 1;
   if (read.times.empty()) return fail(error, "input", "no key times");
@@ -142,8 +142,8 @@ void fillTrack(const RawKeys& keys, size_t components, Track<T>& track, Convert 
 // ones, those of morph targets and those without a node (which extensions may target
 // elsewhere) only warn.
 bool readChannel(const tinygltf::Model& gltf, const Conversion& conversion, const tinygltf::Animation& animation,
-                 const tinygltf::AnimationChannel& channel, const std::string& where, Model& model,
-                 std::string& error) {
+                 const tinygltf::AnimationChannel& channel, const std::string& where, DecodeBudget& budget,
+                 Model& model, std::string& error) {
   const bool position = channel.target_path == "translation", rotation = channel.target_path == "rotation",
              scale = channel.target_path == "scale";
   if ((!position && !rotation && !scale) || channel.target_node < 0) {
@@ -161,7 +161,7 @@ bool readChannel(const tinygltf::Model& gltf, const Conversion& conversion, cons
   }
   const size_t components = rotation ? 4 : 3;
   RawKeys keys;
-  if (!readSampler(gltf, animation.samplers[static_cast<size_t>(channel.sampler)], components, keys, error))
+  if (!readSampler(gltf, animation.samplers[static_cast<size_t>(channel.sampler)], components, budget, keys, error))
     return fail(error, where + " sampler " + std::to_string(channel.sampler), error);
   if (position) {
     fillTrack(keys, components, moved.position, [&](const float* v) { return conversion.position(v[0], v[1], v[2]); });
@@ -182,7 +182,8 @@ bool readChannel(const tinygltf::Model& gltf, const Conversion& conversion, cons
   return true;
 }
 
-bool readSkins(const tinygltf::Model& gltf, const Conversion& conversion, Model& model, std::string& error) {
+bool readSkins(const tinygltf::Model& gltf, const Conversion& conversion, DecodeBudget& budget, Model& model,
+               std::string& error) {
   model.skins.clear();
   for (size_t s = 0; s < gltf.skins.size(); ++s) {
     const tinygltf::Skin& source = gltf.skins[s];
@@ -202,7 +203,7 @@ bool readSkins(const tinygltf::Model& gltf, const Conversion& conversion, Model&
     skin.inverseBind.assign(skin.joints.size(), identity);
     if (source.inverseBindMatrices >= 0) {
       std::vector<float> matrices;
-      if (!readFloats(gltf, source.inverseBindMatrices, 16, matrices, error)) return fail(error, where, error);
+      if (!readFloats(gltf, source.inverseBindMatrices, 16, budget, matrices, error)) return fail(error, where, error);
       if (matrices.size() < 16 * skin.joints.size())
         return fail(error, where, std::to_string(matrices.size() / 16) + " inverse bind matrices for " +
                                       std::to_string(skin.joints.size()) + " joints");
@@ -242,7 +243,7 @@ Influence strongest(const uint32_t* joints, const float* weights, size_t count) 
 
 // The influences of every vertex of a primitive, joint numbers checked against the skin's.
 bool readInfluences(const tinygltf::Model& gltf, const tinygltf::Primitive& primitive, size_t skinJoints,
-                    std::vector<Influence>& out, std::string& error) {
+                    DecodeBudget& budget, std::vector<Influence>& out, std::string& error) {
   std::vector<uint32_t> joints[kMaxInfluenceSets];
   std::vector<float> weights[kMaxInfluenceSets];
   size_t sets = 0;
@@ -250,7 +251,8 @@ bool readInfluences(const tinygltf::Model& gltf, const tinygltf::Primitive& prim
     const std::string n = std::to_string(sets);
     const auto j = primitive.attributes.find("JOINTS_" + n), w = primitive.attributes.find("WEIGHTS_" + n);
     if (j == primitive.attributes.end() || w == primitive.attributes.end()) break;
-    if (!readUnsigned(gltf, j->second, 4, joints[sets], error) || !readFloats(gltf, w->second, 4, weights[sets], error))
+    if (!readUnsigned(gltf, j->second, 4, budget, joints[sets], error) ||
+        !readFloats(gltf, w->second, 4, budget, weights[sets], error))
       return false;
     if (joints[sets].size() != joints[0].size() || weights[sets].size() != joints[0].size())
       return fail(error, "JOINTS_" + n, "joint and weight counts disagree");
@@ -275,18 +277,24 @@ bool readInfluences(const tinygltf::Model& gltf, const tinygltf::Primitive& prim
 
 // The parts of every mesh that a skinned node shows take their vertices' influences; each of
 // them must have some.
-bool readSkinnedParts(const tinygltf::Model& gltf, Model& model, std::string& error) {
+bool readSkinnedParts(const tinygltf::Model& gltf, DecodeBudget& budget, Model& model, std::string& error) {
   for (const Node& node : model.nodes) {
     if (node.skin < 0) continue;
     const size_t skinJoints = model.skins[static_cast<size_t>(node.skin)].joints.size();
     for (int mesh : node.meshes) {
       const tinygltf::Mesh& source = gltf.meshes[static_cast<size_t>(mesh)];
+      // A primitive split into several parts is read once for them all.
+      int primitiveRead = -1;
+      std::vector<Influence> influences;
       for (MeshPart& part : model.meshes[static_cast<size_t>(mesh)].parts) {
         const std::string where = "mesh " + std::to_string(mesh) + " primitive " + std::to_string(part.sourcePrimitive);
-        std::vector<Influence> influences;
-        if (!readInfluences(gltf, source.primitives[static_cast<size_t>(part.sourcePrimitive)], skinJoints,
-                            influences, error))
-          return fail(error, where, error);
+        if (part.sourcePrimitive != primitiveRead) {
+          influences.clear();
+          if (!readInfluences(gltf, source.primitives[static_cast<size_t>(part.sourcePrimitive)], skinJoints, budget,
+                              influences, error))
+            return fail(error, where, error);
+          primitiveRead = part.sourcePrimitive;
+        }
         if (influences.empty()) return fail(error, where, "skinned, but without JOINTS_0 and WEIGHTS_0");
         part.influences.clear();
         for (uint32_t vertex : part.sourceVertices) {
@@ -302,16 +310,17 @@ bool readSkinnedParts(const tinygltf::Model& gltf, Model& model, std::string& er
 
 }  // namespace
 
-bool readMotion(const tinygltf::Model& gltf, const Conversion& conversion, Model& model, std::string& error) {
+bool readMotion(const tinygltf::Model& gltf, const Conversion& conversion, DecodeBudget& budget, Model& model,
+                std::string& error) {
   if (model.nodes.size() != gltf.nodes.size()) return fail(error, "nodes", "not read from this file");
   for (size_t a = 0; a < gltf.animations.size(); ++a) {
     const tinygltf::Animation& animation = gltf.animations[a];
     for (size_t c = 0; c < animation.channels.size(); ++c)
       if (!readChannel(gltf, conversion, animation, animation.channels[c],
-                       "animation " + std::to_string(a) + " channel " + std::to_string(c), model, error))
+                       "animation " + std::to_string(a) + " channel " + std::to_string(c), budget, model, error))
         return false;
   }
-  return readSkins(gltf, conversion, model, error) && readSkinnedParts(gltf, model, error);
+  return readSkins(gltf, conversion, budget, model, error) && readSkinnedParts(gltf, budget, model, error);
 }
 
 }  // namespace tsimport

@@ -12,7 +12,8 @@ namespace tsimport {
 
 namespace {
 
-constexpr int kTriangles = 4;  // glTF's primitive mode for triangle lists
+// glTF's primitive modes that hold triangles; -1 is the parser's for a mode not given.
+constexpr int kTriangles = 4, kTriangleStrip = 5, kTriangleFan = 6, kModeNotGiven = -1;
 constexpr char kLightsExtension[] = "KHR_lights_punctual";
 
 // The parser's file access, held to the model's folder. The parser joins names to the folder
@@ -107,15 +108,17 @@ std::string parserMessage(const std::string& text) {
   return line.size() > kMaxLength ? line.substr(0, kMaxLength) + "..." : line;
 }
 
-void readTextures(const tinygltf::Model& gltf, Model& model) {
+bool readTextures(const tinygltf::Model& gltf, DecodeBudget& budget, Model& model, std::string& error) {
   for (size_t i = 0; i < gltf.images.size(); ++i) {
     const tinygltf::Image& image = gltf.images[i];
     Texture texture;
     texture.name = image.name.empty() ? image.uri : image.name;
     std::vector<unsigned char> bytes = image.image;
     std::string why;
-    if (image.bufferView >= 0 && !readBufferView(gltf, image.bufferView, bytes, why))
+    if (image.bufferView >= 0 && !readBufferView(gltf, image.bufferView, budget, bytes, why)) {
+      if (budget.exhausted()) return (error = why), false;
       model.warnings.push_back("image " + std::to_string(i) + ": " + why);
+    }
     const bool png = bytes.size() >= 8 && std::memcmp(bytes.data(), "\x89PNG\r\n\x1a\n", 8) == 0;
     const bool jpeg = bytes.size() >= 3 && std::memcmp(bytes.data(), "\xFF\xD8\xFF", 3) == 0;
     if (png || jpeg)
@@ -125,6 +128,7 @@ void readTextures(const tinygltf::Model& gltf, Model& model) {
                                ") could not be read as PNG or JPEG: its materials keep their colour");
     model.textures.push_back(std::move(texture));
   }
+  return true;
 }
 
 int textureImage(const tinygltf::Model& gltf, const Model& model, int texture) {
@@ -158,39 +162,63 @@ void readMaterials(const tinygltf::Model& gltf, Model& model) {
   }
 }
 
+// The triangles of a strip or a fan over `vertices` as a list, each turned the way the file
+// means it. The engine draws lists only. A triangle that repeats a vertex has no area (strips
+// repeat vertices to join their runs) and is left out.
+std::vector<uint32_t> triangleList(const std::vector<uint32_t>& vertices, int mode) {
+  std::vector<uint32_t> list;
+  for (size_t i = 0; i + 2 < vertices.size(); ++i) {
+    uint32_t a = vertices[i], b = vertices[i + 1], c = vertices[i + 2];
+    if (mode == kTriangleFan)
+      a = vertices[0];
+    else if (i % 2 == 1)
+      std::swap(b, c);  // every other triangle of a strip runs the other way round
+    if (a != b && b != c && a != c) list.insert(list.end(), {a, b, c});
+  }
+  return list;
+}
+
 bool readPrimitive(const tinygltf::Model& gltf, const tinygltf::Primitive& source, const Conversion& conversion,
-                   Primitive& primitive, std::string& error) {
+                   DecodeBudget& budget, Primitive& primitive, std::string& error) {
   const std::map<std::string, int>& attributes = source.attributes;
   std::vector<float> values;
-  if (!readFloats(gltf, attributes.at("POSITION"), 3, values, error)) return false;
+  if (!readFloats(gltf, attributes.at("POSITION"), 3, budget, values, error)) return false;
   for (size_t i = 0; i < values.size(); i += 3)
     primitive.positions.push_back(conversion.position(values[i], values[i + 1], values[i + 2]));
   if (auto normal = attributes.find("NORMAL"); normal != attributes.end()) {
-    if (!readFloats(gltf, normal->second, 3, values, error)) return false;
+    if (!readFloats(gltf, normal->second, 3, budget, values, error)) return false;
     for (size_t i = 0; i < values.size(); i += 3)
       primitive.normals.push_back(conversion.direction(values[i], values[i + 1], values[i + 2]));
   }
   if (auto uv = attributes.find("TEXCOORD_0"); uv != attributes.end()) {
-    if (!readFloats(gltf, uv->second, 2, values, error)) return false;
+    if (!readFloats(gltf, uv->second, 2, budget, values, error)) return false;
     for (size_t i = 0; i < values.size(); i += 2) primitive.texCoords.push_back({values[i], values[i + 1]});
   }
   if (auto colour = attributes.find("COLOR_0"); colour != attributes.end()) {
     const int components = accessorComponents(gltf, colour->second) == 3 ? 3 : 4;
-    if (!readFloats(gltf, colour->second, components, values, error)) return false;
+    if (!readFloats(gltf, colour->second, components, budget, values, error)) return false;
     for (size_t i = 0; i < values.size(); i += components)
       primitive.colors.push_back(
           ts3d::color(values[i], values[i + 1], values[i + 2], components == 4 ? values[i + 3] : 1.0f));
   }
   if (source.indices >= 0) {
-    if (!readUnsigned(gltf, source.indices, 1, primitive.indices, error)) return false;
+    if (!readUnsigned(gltf, source.indices, 1, budget, primitive.indices, error)) return false;
   } else {
-    primitive.indices.resize(primitive.positions.size() - primitive.positions.size() % 3);
+    primitive.indices.resize(primitive.positions.size());
     for (size_t i = 0; i < primitive.indices.size(); ++i) primitive.indices[i] = static_cast<uint32_t>(i);
   }
+  if (source.mode == kTriangleStrip || source.mode == kTriangleFan) {
+    // The list holds up to three times as many.
+    if (!budget.take(uint64_t(primitive.indices.size()) * 2 * sizeof(uint32_t), error)) return false;
+    primitive.indices = triangleList(primitive.indices, source.mode);
+  }
+  else if (source.indices < 0)
+    primitive.indices.resize(primitive.indices.size() - primitive.indices.size() % 3);
   return true;
 }
 
-bool readMeshes(const tinygltf::Model& gltf, const Conversion& conversion, Model& model, std::string& error) {
+bool readMeshes(const tinygltf::Model& gltf, const Conversion& conversion, DecodeBudget& budget, Model& model,
+                std::string& error) {
   for (size_t m = 0; m < gltf.meshes.size(); ++m) {
     const tinygltf::Mesh& source = gltf.meshes[m];
     Mesh mesh;
@@ -200,8 +228,9 @@ bool readMeshes(const tinygltf::Model& gltf, const Conversion& conversion, Model
       const tinygltf::Primitive& part = source.primitives[p];
       if (!part.targets.empty()) model.warnings.push_back(label + ": morph targets dropped");
       if (part.attributes.count("TEXCOORD_1")) model.warnings.push_back(label + ": UV sets after the first dropped");
-      if (part.mode != kTriangles && part.mode != -1) {
-        model.warnings.push_back(label + ": primitive " + std::to_string(p) + " is not a triangle list, dropped");
+      if (part.mode != kTriangles && part.mode != kTriangleStrip && part.mode != kTriangleFan &&
+          part.mode != kModeNotGiven) {
+        model.warnings.push_back(label + ": primitive " + std::to_string(p) + " holds points or lines, dropped");
         continue;
       }
       if (!part.attributes.count("POSITION")) {
@@ -211,7 +240,7 @@ bool readMeshes(const tinygltf::Model& gltf, const Conversion& conversion, Model
       Primitive primitive;
       primitive.sourcePrimitive = static_cast<int>(p);
       primitive.material = part.material >= 0 && static_cast<size_t>(part.material) < model.materials.size() ? part.material : -1;
-      if (!readPrimitive(gltf, part, conversion, primitive, error) || !addPrimitive(primitive, mesh, error)) {
+      if (!readPrimitive(gltf, part, conversion, budget, primitive, error) || !addPrimitive(primitive, mesh, error)) {
         error = label + ", primitive " + std::to_string(p) + ": " + error;
         return false;
       }
@@ -338,11 +367,12 @@ bool readGltf(const std::vector<uint8_t>& bytes, FolderFiles& files, const Conve
     return false;
   }
   addWarningLines(parseWarning, model);
-  readTextures(gltf, model);
+  DecodeBudget budget;
+  if (!readTextures(gltf, budget, model, error)) return false;
   readMaterials(gltf, model);
   readCamerasAndLights(gltf, model);
-  return readMeshes(gltf, conversion, model, error) && readNodes(gltf, conversion, model, error) &&
-         readMotion(gltf, conversion, model, error);
+  return readMeshes(gltf, conversion, budget, model, error) && readNodes(gltf, conversion, model, error) &&
+         readMotion(gltf, conversion, budget, model, error);
 }
 
 }  // namespace tsimport

@@ -1,16 +1,20 @@
 // The platform-free importer on models written here: a mesh beyond 16-bit indices arrives
-// whole, a model without a camera is framed by the default one, and hostile files are refused
-// with a message naming the file and the problem.
+// whole, strips and fans arrive as lists, a model without a camera is framed by the default
+// one, and hostile files are refused with a message naming the file and the problem.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <set>
 
 #include "platform/whole_file.h"
+#include "scenebuild/import/folder_files.h"
+#include "scenebuild/import/gltf_accessor.h"
 #include "scenebuild/import/import.h"
+#include "tests/import/gltf_build.h"
 #include "tests/import/model_writer.h"
 
 namespace {
@@ -38,6 +42,16 @@ Triangle canonical(Triangle t) {
   return t;
 }
 
+// The triangles of a model's one mesh as the file's vertex numbers, each from its smallest.
+std::multiset<Triangle> arrivedTriangles(const tsimport::Model& model) {
+  std::multiset<Triangle> arrived;
+  for (const tsimport::MeshPart& part : model.meshes.at(0).parts)
+    for (size_t i = 0; i < part.indices.size(); i += 3)
+      arrived.insert(canonical({part.sourceVertices[part.indices[i]], part.sourceVertices[part.indices[i + 1]],
+                                part.sourceVertices[part.indices[i + 2]]}));
+  return arrived;
+}
+
 TEST(Import, MeshBeyond16BitIndicesArrivesWhole) {
   const importtest::TestMesh strip = importtest::strip(70000);
   const std::vector<uint8_t> file = importtest::glb(strip, {});
@@ -47,15 +61,12 @@ TEST(Import, MeshBeyond16BitIndicesArrivesWhole) {
                                    model, error))
       << error;
   ASSERT_EQ(model.meshes.size(), 1u);
-  std::multiset<Triangle> arrived;
   size_t vertices = 0;
   for (const tsimport::MeshPart& part : model.meshes[0].parts) {
     EXPECT_LE(part.positions.size(), tsimport::kMaxPartVertices);
     vertices += part.positions.size();
-    for (size_t i = 0; i < part.indices.size(); i += 3)
-      arrived.insert(canonical({part.sourceVertices[part.indices[i]], part.sourceVertices[part.indices[i + 1]],
-                                part.sourceVertices[part.indices[i + 2]]}));
   }
+  const std::multiset<Triangle> arrived = arrivedTriangles(model);
   EXPECT_GE(model.meshes[0].parts.size(), 2u);
   EXPECT_GE(vertices, 70000u);
   std::multiset<Triangle> sent;
@@ -92,6 +103,35 @@ TEST(Import, DefaultCameraFramesTheModel) {
   }
   // The model fills more than half the height of the view.
   EXPECT_GT(spanHigh - spanLow, 1.0f);
+}
+
+// Strips and fans arrive as the triangles glTF says they hold, each turned as the file means
+// it; those a strip's join repeats a vertex in are left out.
+TEST(Import, StripsAndFansArriveAsTheirTriangles) {
+  importtest::TestMesh mesh = importtest::strip(8);
+  const struct {
+    const char* file;
+    std::vector<uint32_t> indices;  // empty: none, the vertices in order
+    const char* mode;
+    std::multiset<Triangle> expected;
+  } rows[] = {
+      {"strip.gltf", {0, 1, 2, 3, 3, 4, 5}, "5", {{0, 1, 2}, {1, 3, 2}, {3, 4, 5}}},
+      {"fan.gltf", {0, 1, 2, 3, 4}, "6", {{0, 1, 2}, {0, 2, 3}, {0, 3, 4}}},
+      {"unindexed.gltf", {}, "5", {{0, 1, 2}, {1, 3, 2}, {2, 3, 4}, {3, 5, 4}, {4, 5, 6}, {5, 7, 6}}},
+  };
+  for (const auto& row : rows) {
+    mesh.indices = row.indices.empty() ? std::vector<uint32_t>{0, 1, 2} : row.indices;
+    const std::string mode = std::string("\"mode\":") + row.mode;
+    std::string text = importtest::gltf(mesh, {});
+    text = row.indices.empty() ? replaced(text, ",\"indices\":1", "," + mode)
+                               : replaced(text, "\"indices\":1", mode + ",\"indices\":1");
+    tsimport::Model model;
+    std::string error;
+    ASSERT_TRUE(tsimport::importFile(save(row.file, text), tsimport::Conversion(), model, error)) << error;
+    std::multiset<Triangle> expected;
+    for (const Triangle& t : row.expected) expected.insert(canonical(t));
+    EXPECT_TRUE(arrivedTriangles(model) == expected) << row.file;
+  }
 }
 
 // Whatever the up axis and scale, converting then turning or moving a point gives what turning
@@ -158,6 +198,54 @@ TEST(Import, HostileModelsAreRefusedWithTheFileAndTheProblem) {
     EXPECT_EQ(error.rfind(path + ": ", 0), 0u) << error;
     EXPECT_NE(error.find(row.problem), std::string::npos) << error;
   }
+}
+
+// What is read again each time something names it (an accessor, a buffer view, a file) counts
+// again, so that a small model can't make the importer hold many times its size.
+TEST(Import, RereadsCountAgainstOneBudget) {
+  tinygltf::Model gltf;
+  const int floats = motiontest::floats(gltf, std::vector<float>(3 << 18, 1.0f), TINYGLTF_TYPE_VEC3);
+  const int shorts = motiontest::addAccessor(gltf, std::vector<uint16_t>(1 << 19, 7), TINYGLTF_TYPE_SCALAR,
+                                             TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT);
+  const struct {
+    const char* what;
+    uint64_t decoded;  // by one read
+    std::function<bool(tsimport::DecodeBudget&, std::string&)> read;
+  } rows[] = {
+      {"floats", 3 << 20,
+       [&](tsimport::DecodeBudget& budget, std::string& error) {
+         std::vector<float> out;
+         return tsimport::readFloats(gltf, floats, 3, budget, out, error);
+       }},
+      {"indices", 2 << 20,
+       [&](tsimport::DecodeBudget& budget, std::string& error) {
+         std::vector<uint32_t> out;
+         return tsimport::readUnsigned(gltf, shorts, 1, budget, out, error);
+       }},
+      {"buffer view", 1 << 20,
+       [&](tsimport::DecodeBudget& budget, std::string& error) {
+         std::vector<uint8_t> out;
+         return tsimport::readBufferView(gltf, gltf.accessors[shorts].bufferView, budget, out, error);
+       }},
+  };
+  for (const auto& row : rows) {
+    tsimport::DecodeBudget budget(row.decoded * 3 / 2);
+    std::string error;
+    EXPECT_TRUE(row.read(budget, error)) << row.what << ": " << error;
+    EXPECT_FALSE(row.read(budget, error)) << row.what;
+    EXPECT_TRUE(budget.exhausted()) << row.what;
+    EXPECT_EQ(error, "the model's data comes to more than " + std::to_string(row.decoded * 3 / 2 >> 20) +
+                         " MB once each use of an accessor or buffer view is counted");
+  }
+  const std::string bytes(1 << 20, 'x');
+  save("twice.bin", bytes);
+  tsimport::FolderFiles files(kFolder, (5 << 20) / 2);
+  std::vector<uint8_t> read;
+  std::string error;
+  EXPECT_TRUE(files.read("twice.bin", read, error)) << error;
+  EXPECT_TRUE(files.read("twice.bin", read, error)) << error;
+  EXPECT_FALSE(files.read("twice.bin", read, error));
+  EXPECT_EQ(error, "'twice.bin' would take the files the model names past 2 MB together (a file counts each time it is named)");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "gfxhelper/image_decode.h"
 #include "platform/png_write.h"
+#include "player/host/child_program.h"
 #include "player/host/frame_writer.h"
 #include "scenebuild/scene_builder.h"
 #include "tests/device/test_device.h"
@@ -17,12 +18,12 @@
 
 namespace {
 
-// The file's bytes; with `text`, without the "\r" of the child's text-mode line ends.
-std::string readFile(const std::string& path, bool text = false) {
+// The file's bytes.
+std::string readFile(const std::string& path) {
   std::string bytes;
   if (FILE* file = std::fopen(path.c_str(), "rb")) {
     for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file))
-      if (!text || c != '\r') bytes += static_cast<char>(c);
+      bytes += static_cast<char>(c);
     std::fclose(file);
   }
   return bytes;
@@ -33,29 +34,12 @@ std::string readFile(const std::string& path, bool text = false) {
 // stream, by a file in `scratch`, in `err`.
 DWORD runTsplay(const std::string& arguments, const std::string& scratch, std::string& err,
                 const char* program = "tsplay.exe") {
-  DWORD exitCode = 0xffffffff;
-  const std::string bin = player_files::binaryFolder(), errPath = scratch + "\\stderr.txt";
-  SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-  HANDLE errFile = CreateFileA(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS,
-                               FILE_ATTRIBUTE_NORMAL, nullptr);
-  STARTUPINFOA startup = {};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdError = errFile;
-  std::string command = "\"" + bin + "\\" + program + "\" " + arguments;
-  PROCESS_INFORMATION process = {};
-  if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, bin.c_str(), &startup, &process)) {
-    // A run that waits on something, a box nobody sees, fails instead of hanging the test.
-    if (WaitForSingleObject(process.hProcess, 60000) == WAIT_OBJECT_0)
-      GetExitCodeProcess(process.hProcess, &exitCode);
-    else
-      TerminateProcess(process.hProcess, 1);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-  }
-  CloseHandle(errFile);
-  err = readFile(errPath, true);
-  return exitCode;
+  const std::string bin = player_files::binaryFolder();
+  // A run that waits on something, a box nobody sees, fails instead of hanging the test.
+  const host::ProgramRun run =
+      host::runProgram("\"" + bin + "\\" + program + "\" " + arguments, bin, scratch + "\\stderr.txt", false, 60000);
+  err = run.errors;
+  return run.started ? run.exitCode : 0xffffffff;
 }
 
 // 0xRRGGBB of the pixel at (x, y) of a PNG file; ~0 when there is none.
